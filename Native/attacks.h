@@ -1,0 +1,124 @@
+// Attack tables, attack and pin tests, and static exchange evaluation.
+#pragma once
+
+#include "board.h"
+
+// Leaper tables.
+extern Bitboard KnightAttacks[64];
+extern Bitboard KingAttacks[64];
+extern Bitboard WhitePawnAttacks[64];
+extern Bitboard BlackPawnAttacks[64];
+
+// Bit position of the byte holding a square's line in each occupancy board.
+extern int32_t ShiftRank[64];
+extern int32_t ShiftFile[64];
+extern int32_t ShiftDiag[64];
+extern int32_t ShiftAntiDiag[64];
+
+// Sliding attacks by square and the 8-bit occupancy of the line.
+extern Bitboard RankAttacks[64][256];
+extern Bitboard FileAttacks[64][256];
+extern Bitboard DiagAttacks[64][256];
+extern Bitboard AntiDiagAttacks[64][256];
+extern uint32_t DiagMobility[64][256];
+extern uint32_t AntiDiagMobility[64][256];
+
+// Rays to the board's edge.
+extern Bitboard RayNorth[64];
+extern Bitboard RaySouth[64];
+extern Bitboard RayEast[64];
+extern Bitboard RayWest[64];
+extern Bitboard RayNorthEast[64];
+extern Bitboard RayNorthWest[64];
+extern Bitboard RaySouthEast[64];
+extern Bitboard RaySouthWest[64];
+
+// Pawn-structure masks.
+extern Bitboard AdjacentFiles[64];
+extern Bitboard WhitePassedMask[64];
+extern Bitboard BlackPassedMask[64];
+extern Bitboard AdjacentFilesBelow[64];
+extern Bitboard AdjacentFilesAbove[64];
+
+// Check-blocking squares: between king a and checker b, plus b.
+extern Bitboard InterposeMask[64][64];
+
+// Fixed masks of the evaluation.
+extern Bitboard SquaresA2H2;
+extern Bitboard SquaresA7H7;
+extern Bitboard QueenSideFiles;
+extern Bitboard KingSideFiles;
+extern Bitboard FilesBToG;
+extern Bitboard CornerA1;
+extern Bitboard CornerH1;
+extern Bitboard CornerA8;
+extern Bitboard CornerH8;
+
+// Piece values by kind, and by the signed code on the board.
+constexpr int PieceValue[7] = {0, 100, 300, 300, 500, 900, 3000};
+constexpr int SignedPieceValue[13] = {3000, 900, 500, 300, 300, 100, 0, 100, 300, 300, 500, 900, 3000};
+inline int ValueOfCode(int code) { return SignedPieceValue[code + 6]; }
+
+// Leaper, slider and mask tables (initialisation steps 3 and 4).
+void InitAttackTables();
+void InitDerivedMasks();
+
+// Sliding lookups through the current occupancy.
+inline Bitboard RankAttacksOf(int s) {
+  return RankAttacks[s][(Occupancy() >> ShiftRank[s]) & 255];
+}
+inline Bitboard FileAttacksOf(int s) { return FileAttacks[s][(RotatedFile >> ShiftFile[s]) & 255]; }
+inline Bitboard DiagAttacksOf(int s) { return DiagAttacks[s][(RotatedDiag >> ShiftDiag[s]) & 255]; }
+inline Bitboard AntiDiagAttacksOf(int s) {
+  return AntiDiagAttacks[s][(RotatedAntiDiag >> ShiftAntiDiag[s]) & 255];
+}
+inline Bitboard BishopAttacksOf(int s) { return DiagAttacksOf(s) | AntiDiagAttacksOf(s); }
+inline Bitboard RookAttacksOf(int s) { return RankAttacksOf(s) | FileAttacksOf(s); }
+inline Bitboard QueenAttacksOf(int s) { return BishopAttacksOf(s) | RookAttacksOf(s); }
+
+// The pawn table that finds the pawns of colour Us attacking a square.
+template <int Us>
+inline const Bitboard *PawnAttackersTable() {
+  if constexpr (Us == White) return BlackPawnAttacks; else return WhitePawnAttacks;
+}
+
+// 1 when colour Us attacks square s.
+template <int Us>
+inline int AttackedBy(int s) {
+  const SideRecord &us = SideOf<Us>();
+  if (PawnAttackersTable<Us>()[s] & us.pawns) return 1;
+  if (KnightAttacks[s] & us.knights) return 1;
+  if (BishopAttacksOf(s) & (us.bishops | us.queens)) return 1;
+  if (RookAttacksOf(s) & (us.rooks | us.queens)) return 1;
+  return (KingAttacks[s] & SetMask[us.kingSquare]) != 0;
+}
+inline int AttackedByWhite(int s) { return AttackedBy<White>(s); }
+inline int AttackedByBlack(int s) { return AttackedBy<Black>(s); }
+
+// 1 when the king of side is attacked by the other colour.
+inline int InCheck(int side) {
+  return side ? AttackedBy<Black>(WhiteSide.kingSquare) : AttackedBy<White>(BlackSide.kingSquare);
+}
+
+// The pieces of colour Us that attack s (king included).
+template <int Us>
+Bitboard AttackersBy(int s);
+inline Bitboard WhiteAttackersOf(int s) { return AttackersBy<White>(s); }
+inline Bitboard BlackAttackersOf(int s) { return AttackersBy<Black>(s); }
+
+// The pieces of both colours that attack s, sliders through the occupancy.
+Bitboard AttackersOf(int s);
+
+// 1 when the piece of colour Us on s is the only shield of its king from an
+// enemy slider on their common line.
+template <int Us>
+int PinnedToKing(int s);
+inline int PinnedToWhiteKing(int s) { return PinnedToKing<White>(s); }
+inline int PinnedToBlackKing(int s) { return PinnedToKing<Black>(s); }
+
+// The set plus the slider hidden behind square on the line of direction.
+Bitboard AddXrayAttacker(int square, int direction, Bitboard set);
+
+// Material balance for side of moving its piece from `from` to `to` with
+// both sides recapturing on `to` with their least valuable pieces.
+int StaticExchange(int side, int from, int to);

@@ -1,0 +1,198 @@
+// The one global position, the move word, the per-ply search records, the game
+// record and the small square tables that nearly every area reads.
+#pragma once
+
+#include <cstdint>
+
+#include "uint64.h"
+
+// Colours: every side argument uses this coding (nonzero means White).
+constexpr int White = 1;
+constexpr int Black = 0;
+
+// Piece kinds; Black's pieces are the negative codes on the board.
+enum : int { Empty = 0, Pawn = 1, Knight = 2, Bishop = 3, Rook = 4, Queen = 5, King = 6 };
+
+// Squares, a1 = 0 .. h8 = 63.
+enum : int {
+  A1, B1, C1, D1, E1, F1, G1, H1,
+  A2, B2, C2, D2, E2, F2, G2, H2,
+  A3, B3, C3, D3, E3, F3, G3, H3,
+  A4, B4, C4, D4, E4, F4, G4, H4,
+  A5, B5, C5, D5, E5, F5, G5, H5,
+  A6, B6, C6, D6, E6, F6, G6, H6,
+  A7, B7, C7, D7, E7, F7, G7, H7,
+  A8, B8, C8, D8, E8, F8, G8, H8,
+};
+
+constexpr int MaxPly = 120;          // per-ply records, the root is ply 1
+constexpr int MoveStackSize = 5000;  // logical size of the shared move stack
+// No single generated list can exceed this many words (at most 17 non-pawn
+// movers per destination square, at most 12 words per promoting pawn), so a
+// list that starts inside the logical stack always fits in the padded array.
+constexpr int MaxListLength = 1536;
+constexpr int GameHistorySize = 1001;  // entry GameMoveCount + 1 after 999 moves
+constexpr int MaxGameMoves = 999;
+
+// ---------------------------------------------------------------------------
+// Move word: from + 64 to + 4096 piece + 32768 captured + 262144 promotion.
+using Move = uint32_t;
+
+constexpr Move MoveWord(int from, int to, int piece, int captured = 0, int promotion = 0) {
+  return Move(from) | Move(to) << 6 | Move(piece) << 12 | Move(captured) << 15 | Move(promotion) << 18;
+}
+constexpr int MoveFrom(Move m) { return int(m & 63); }
+constexpr int MoveTo(Move m) { return int(m >> 6 & 63); }
+constexpr int MovePiece(Move m) { return int(m >> 12 & 7); }
+constexpr int MoveCaptured(Move m) { return int(m >> 15 & 7); }
+constexpr int MovePromotion(Move m) { return int(m >> 18 & 7); }
+static_assert(MoveWord(E1, G1, King) == 24964 && MoveWord(E8, C8, King) == 28348);
+static_assert(MoveWord(63, 63, 7, 7, 7) < (1u << 21), "move fields fit in 21 bits");
+
+// ---------------------------------------------------------------------------
+// Position.
+struct SideRecord {
+  Bitboard pawns;
+  Bitboard knights;
+  Bitboard bishops;
+  Bitboard rooks;
+  Bitboard queens;
+  Bitboard occupied;  // king included; the king itself has no bitboard
+  int32_t minorCount;
+  int32_t majorWeight;
+  int32_t pieceUnits;
+  int32_t pawnCount;
+  int32_t material;
+  int32_t castled;
+  int32_t kingSquare;
+};
+
+extern int32_t Board[64];
+extern int32_t MoveCounter[64];  // castling rights: 0 on home squares still unmoved
+extern SideRecord WhiteSide;
+extern SideRecord BlackSide;
+extern Bitboard RotatedFile;
+extern Bitboard RotatedDiag;
+extern Bitboard RotatedAntiDiag;
+extern int32_t SideToMove;
+extern int32_t GamePhase;
+
+template <int Us>
+inline SideRecord &SideOf() {
+  if constexpr (Us == White) return WhiteSide; else return BlackSide;
+}
+inline SideRecord &SideOf(int side) { return side ? WhiteSide : BlackSide; }
+
+// The bitboard of a piece kind (pawn .. queen) in a side record.
+inline Bitboard &KindSet(SideRecord &side, int kind) {
+  static constexpr Bitboard SideRecord::*Member[6] = {
+      &SideRecord::occupied, &SideRecord::pawns, &SideRecord::knights,
+      &SideRecord::bishops, &SideRecord::rooks, &SideRecord::queens};
+  return side.*Member[kind];
+}
+
+inline Bitboard Occupancy() { return WhiteSide.occupied | BlackSide.occupied; }
+
+// ---------------------------------------------------------------------------
+// Per-ply search records and the shared move stack.
+struct PlyRecord {
+  Move pvRow[MaxPly];
+  Move hashMove;
+  Move killer1;
+  Move killer2;
+  Move move;
+  Move bestMove;
+  int32_t epSquare;
+  int32_t listEnd;
+  int32_t phase;
+  int32_t historyPicks;
+  int32_t recaptured;
+  int32_t inCheck;
+  uint64_t pawnKey;
+  uint64_t pieceKey;
+};
+
+extern PlyRecord Ply[MaxPly];
+extern Move MoveStack[MoveStackSize + MaxListLength];
+extern int32_t MoveScores[MoveStackSize + MaxListLength];
+
+// ---------------------------------------------------------------------------
+// Game record played in by the host.
+struct KeyPair {
+  uint64_t pawnKey;
+  uint64_t pieceKey;
+};
+extern int32_t GameMoveCount;
+extern int32_t LastIrreversibleMove;
+extern KeyPair GameKeyHistory[GameHistorySize];
+
+// ---------------------------------------------------------------------------
+// Square tables, filled once by the initialisation.
+constexpr int File(int s) { return s & 7; }
+constexpr int Rank(int s) { return s >> 3; }
+
+extern Bitboard SetMask[64];
+extern Bitboard ClearMask[64];
+extern Bitboard SetMaskFile[64];
+extern Bitboard SetMaskDiag[64];
+extern Bitboard SetMaskAntiDiag[64];
+extern Bitboard ClearMaskFile[64];
+extern Bitboard ClearMaskDiag[64];
+extern Bitboard ClearMaskAntiDiag[64];
+extern Bitboard FileMask[8];
+extern Bitboard RankMask[8];
+extern Bitboard NotFileA;
+extern Bitboard NotFileH;
+extern Bitboard LightSquares;
+extern Bitboard DarkSquares;
+extern int32_t Direction[64][64];
+extern Bitboard Between[64][64];
+extern uint8_t Distance[64][64];
+extern uint8_t FileDistance[64][64];
+
+// Puts square s into, or takes it out of, the three rotated boards.
+inline void SetRotated(int s) {
+  RotatedFile |= SetMaskFile[s];
+  RotatedDiag |= SetMaskDiag[s];
+  RotatedAntiDiag |= SetMaskAntiDiag[s];
+}
+inline void ClearRotated(int s) {
+  RotatedFile &= ClearMaskFile[s];
+  RotatedDiag &= ClearMaskDiag[s];
+  RotatedAntiDiag &= ClearMaskAntiDiag[s];
+}
+
+// ---------------------------------------------------------------------------
+// Position keys: per colour and kind (1..6) and square, and en passant.
+extern uint64_t KeyTable[2][7][64];
+extern uint64_t EnPassantKey[64];
+
+// ---------------------------------------------------------------------------
+// Token slots of the FEN and game-record tokenizer.
+constexpr int MaxTokens = 1024;
+constexpr int TokenSize = 32;  // 31 characters and the terminating NUL
+using TokenSlot = char[TokenSize];
+
+// Initialisation steps owned by this area (called by InitEngineTables).
+void InitDistances();
+void InitSquareMasks();
+void InitDerivedSquareMasks();
+uint64_t Random64();
+void InitPositionKeys();
+
+// Position set-up.
+extern const char StartFen[];
+void SetStartPosition();
+void SetUpFromTokens(TokenSlot *slots, int count);
+int ReadFenFields(TokenSlot *slots, int count);
+void DerivePositionState();
+void ResetSearchState();
+
+// The two key halves of the current board computed from scratch (no en
+// passant component).
+KeyPair ComputeKeys();
+
+// Rebuilds everything that follows from Board (bitboards, counters, king
+// squares, rotated boards) and compares it with the incrementally kept
+// fields; returns 1 when they agree. For tests and debugging.
+int PositionIsConsistent();

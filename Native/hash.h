@@ -1,0 +1,32 @@
+// The transposition table: one array per side to move, six-entry buckets.
+#pragma once
+
+#include <cstdint>
+
+#include "board.h"
+
+struct HashEntry {
+  uint64_t key;   // pawnKey ^ pieceKey of the position, 0 when never used
+  uint64_t data;  // depth 12 | age 11 | flags 4 | score+30000 16 | move 21
+};
+static_assert(sizeof(HashEntry) == 16);
+
+enum : int { HashBoundUpper = 1, HashBoundLower = 2, HashBoundExact = 4, HashThreat = 8 };
+constexpr int HashBucketSize = 6;
+
+extern HashEntry *TranspositionTable[2];  // [side to move]
+extern uint64_t HashBucketCount;
+
+// Fields of the packed data word.
+inline int HashDepth(const HashEntry *e) { return int(e->data & 0xFFF); }
+inline int HashAge(const HashEntry *e) { return int(e->data >> 12 & 0x7FF); }
+inline int HashFlags(const HashEntry *e) { return int(e->data >> 23 & 0xF); }
+inline int HashStoredScore(const HashEntry *e) { return int(e->data >> 27 & 0xFFFF) - 30000; }
+inline Move HashMove(const HashEntry *e) { return Move(e->data >> 43 & 0x1FFFFF); }
+
+// Allocates and clears both arrays for HashSizeMb; returns 1 on success.
+int AllocateHash();
+void ClearHash();
+void FreeHash();
+HashEntry *ProbeHash(int side, int depth, int ply);
+void StoreHash(HashEntry *entry, Move move, int depth, int ply, int score, int flags);

@@ -1,0 +1,4 @@
+// Building every table of the engine in its fixed order.
+#pragma once
+
+void InitEngineTables();

@@ -1,0 +1,14 @@
+// Move ordering: the staged move selectors and the history counters.
+#pragma once
+
+#include "board.h"
+
+extern uint32_t History[2][4096];  // [side][from + 64 * to]
+
+void ClearHistory();
+template <int Us>
+Move NextMove(int ply);
+template <int Us>
+Move NextEvasion(int ply);
+template <int Us>
+int IsPseudoLegal(Move move, int ply);

@@ -1,0 +1,22 @@
+// Score scale, draw values, game phase, king-safety and attacking tables,
+// material balance and endgame knowledge.
+#pragma once
+
+#include "board.h"
+
+constexpr int ScoreInfinite = 30000;
+constexpr int MateThreshold = 29000;
+
+extern int32_t DrawValue[2];  // [side]
+extern int32_t SafetyTable[2][64];
+extern int32_t OffensiveTable[2][128];
+
+// Updates GamePhase and builds both sides' safety and attacking tables.
+void PrepareSearchTables(int side);
+
+// White's material minus Black's with the trade adjustment.
+int MaterialBalance();
+// Score of a position without pawns, White's view.
+int PawnlessEnding();
+// Bit 0: White can still win; bit 1: Black can.
+int WinChances(int side);

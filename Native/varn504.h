@@ -1,0 +1,73 @@
+/* The library's public surface: eighteen C functions and the host's table of
+   six callbacks. Hosts that load the library at run time use these types for
+   the addresses they look up. */
+#ifndef VARN504_H
+#define VARN504_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* The host's callback table, copied by VarnInit; slots 1 and 6 are never
+   called. Texts are valid only during the call. */
+typedef struct VarnCallbacks {
+  void (*Reserved1)(void);
+  void (*ReportNodes)(uint32_t nodes, int32_t zero1, int32_t zero2);
+  void (*ReportDepth)(int32_t depth, int32_t zero);
+  void (*ReportCurrentMove)(const char *move, int32_t index, int32_t count);
+  void (*ReportPrincipalVariation)(const char *line, int32_t score);
+  void (*Reserved6)(void);
+} VarnCallbacks;
+
+typedef int32_t (*VarnAnalyseFn)(int32_t ponder);
+typedef void (*VarnClearHashtableFn)(void);
+typedef const char *(*VarnGetAuthorFn)(void);
+typedef const char *const *(*VarnGetParamListFn)(void);
+typedef const char *(*VarnGetVersionFn)(void);
+typedef int32_t (*VarnInitFn)(const VarnCallbacks *callbacks, int32_t unused, int32_t hashKb);
+typedef void (*VarnNextBestFn)(void);
+typedef void (*VarnPonderingOffFn)(void);
+typedef void (*VarnQuitFn)(void);
+typedef void (*VarnSetBlitzFn)(int32_t baseSeconds, int32_t incrementSeconds);
+typedef void (*VarnSetDepthFn)(int32_t plies);
+typedef void (*VarnSetGameFn)(char *moves);
+typedef void (*VarnSetInfiniteFn)(void);
+typedef void (*VarnSetParamFn)(const char *name, const char *value);
+typedef void (*VarnSetPositionFn)(char *fen);
+typedef void (*VarnSetStartPositionFn)(void);
+typedef void (*VarnSetTimeFn)(int32_t moves, int32_t seconds);
+typedef void (*VarnStopAnalyseFn)(void);
+
+#ifdef VARN_BUILDING_LIBRARY
+#if defined(_WIN32)
+#define VARN_EXPORT
+#else
+#define VARN_EXPORT __attribute__((visibility("default")))
+#endif
+VARN_EXPORT int32_t VarnAnalyse(int32_t ponder);
+VARN_EXPORT void VarnClearHashtable(void);
+VARN_EXPORT const char *VarnGetAuthor(void);
+VARN_EXPORT const char *const *VarnGetParamList(void);
+VARN_EXPORT const char *VarnGetVersion(void);
+VARN_EXPORT int32_t VarnInit(const VarnCallbacks *callbacks, int32_t unused, int32_t hashKb);
+VARN_EXPORT void VarnNextBest(void);
+VARN_EXPORT void VarnPonderingOff(void);
+VARN_EXPORT void VarnQuit(void);
+VARN_EXPORT void VarnSetBlitz(int32_t baseSeconds, int32_t incrementSeconds);
+VARN_EXPORT void VarnSetDepth(int32_t plies);
+VARN_EXPORT void VarnSetGame(char *moves);
+VARN_EXPORT void VarnSetInfinite(void);
+VARN_EXPORT void VarnSetParam(const char *name, const char *value);
+VARN_EXPORT void VarnSetPosition(char *fen);
+VARN_EXPORT void VarnSetStartPosition(void);
+VARN_EXPORT void VarnSetTime(int32_t moves, int32_t seconds);
+VARN_EXPORT void VarnStopAnalyse(void);
+#endif
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

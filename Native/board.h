@@ -65,6 +65,7 @@ struct SideRecord {
   int32_t material;
   int32_t castled;
   int32_t kingSquare;
+  bool operator==(const SideRecord &) const = default;
 };
 
 extern int32_t Board[64];

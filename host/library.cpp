@@ -1,0 +1,102 @@
+// Loading the engine library: dlopen on Linux, LoadLibrary on Windows.
+#include "library.h"
+
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <climits>
+#endif
+
+#include <cstdio>
+
+VarnExports Varn;
+
+namespace {
+
+#ifdef _WIN32
+using ModuleHandle = HMODULE;
+constexpr const char *LibraryFile = "Varn504.dll";
+
+// Directory of the running executable, with a trailing separator, or "".
+std::string ExecutableDirectory() {
+  char path[MAX_PATH];
+  DWORD length = GetModuleFileNameA(nullptr, path, MAX_PATH);
+  if (length == 0 || length >= MAX_PATH) return "";
+  std::string text(path, length);
+  size_t slash = text.find_last_of("\\/");
+  return slash == std::string::npos ? "" : text.substr(0, slash + 1);
+}
+
+ModuleHandle OpenLibrary(const std::string &path) { return LoadLibraryA(path.c_str()); }
+
+// Address of an export as a generic function pointer, or null.
+void (*FindSymbol(ModuleHandle module, const char *name))(void) {
+  return reinterpret_cast<void (*)(void)>(GetProcAddress(module, name));
+}
+
+std::string LastLoaderError() { return "error " + std::to_string(GetLastError()); }
+#else
+using ModuleHandle = void *;
+constexpr const char *LibraryFile = "libVarn504.so";
+
+// Directory of the running executable, with a trailing separator, or "".
+std::string ExecutableDirectory() {
+  char path[PATH_MAX];
+  ssize_t length = readlink("/proc/self/exe", path, sizeof path - 1);
+  if (length <= 0) return "";
+  std::string text(path, size_t(length));
+  size_t slash = text.find_last_of('/');
+  return slash == std::string::npos ? "" : text.substr(0, slash + 1);
+}
+
+ModuleHandle OpenLibrary(const std::string &path) { return dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL); }
+
+// Address of an export as a generic function pointer, or null.
+void (*FindSymbol(ModuleHandle module, const char *name))(void) {
+  return reinterpret_cast<void (*)(void)>(dlsym(module, name));
+}
+
+std::string LastLoaderError() {
+  const char *text = dlerror();
+  return text ? text : "unknown error";
+}
+#endif
+
+// Looks one export up and stores it in the typed slot; false when missing.
+template <typename Fn>
+bool Bind(ModuleHandle module, const char *name, Fn &slot, std::string &error) {
+  slot = reinterpret_cast<Fn>(FindSymbol(module, name));
+  if (!slot) error = std::string("export ") + name + " not found in " + LibraryFile;
+  return slot != nullptr;
+}
+
+}  // namespace
+
+bool LoadVarnLibrary(std::string &error) {
+  const std::string besideExecutable = ExecutableDirectory() + LibraryFile;
+  ModuleHandle module = OpenLibrary(besideExecutable);
+  if (!module) module = OpenLibrary(LibraryFile);
+  if (!module) {
+    error = std::string("cannot load ") + LibraryFile + ": " + LastLoaderError();
+    return false;
+  }
+  VarnExports &v = Varn;
+  return Bind(module, "VarnAnalyse", v.Analyse, error) && Bind(module, "VarnClearHashtable", v.ClearHashtable, error) &&
+         Bind(module, "VarnGetAuthor", v.GetAuthor, error) && Bind(module, "VarnGetParamList", v.GetParamList, error) &&
+         Bind(module, "VarnGetVersion", v.GetVersion, error) && Bind(module, "VarnInit", v.Init, error) &&
+         Bind(module, "VarnNextBest", v.NextBest, error) && Bind(module, "VarnPonderingOff", v.PonderingOff, error) &&
+         Bind(module, "VarnQuit", v.Quit, error) && Bind(module, "VarnSetBlitz", v.SetBlitz, error) &&
+         Bind(module, "VarnSetDepth", v.SetDepth, error) && Bind(module, "VarnSetGame", v.SetGame, error) &&
+         Bind(module, "VarnSetInfinite", v.SetInfinite, error) && Bind(module, "VarnSetParam", v.SetParam, error) &&
+         Bind(module, "VarnSetPosition", v.SetPosition, error) &&
+         Bind(module, "VarnSetStartPosition", v.SetStartPosition, error) && Bind(module, "VarnSetTime", v.SetTime, error) &&
+         Bind(module, "VarnStopAnalyse", v.StopAnalyse, error);
+}
+
+void PrepareConsole() {
+  // Lines must reach the GUI at once, whatever kind of pipe stdout is.
+  std::setvbuf(stdout, nullptr, _IONBF, 0);
+}

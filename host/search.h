@@ -1,0 +1,47 @@
+// The search thread, its watchdog and the translation of the library's
+// reports into "info" and "bestmove" lines.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "../Native/varn504.h"
+#include "timeplan.h"
+
+// The callback table handed to VarnInit.
+extern const VarnCallbacks HostCallbacks;
+
+// Starts the watchdog thread that stops searches on time.
+void StartWatchdog();
+
+// Ends the watchdog thread; no search may run.
+void StopWatchdog();
+
+// Runs the plan on a new search thread; the position must be set and no
+// search may run. The thread ends with exactly one "bestmove" line.
+void StartSearch(const SearchPlan &plan);
+
+// "stop": ends the search (once it has a move to give) and releases a held
+// bestmove.
+void RequestStop();
+
+// "ponderhit": the ponder search becomes a timed search.
+void PonderHit();
+
+// True while a search is running or holding its bestmove.
+bool SearchActive();
+
+// True while the running search will not end before a stop or ponderhit.
+bool SearchHolds();
+
+// Waits for the search thread to end, stopping it first if asked to.
+void JoinSearch(bool stopFirst);
+
+// Bench support: reports are counted but not printed while quiet.
+void SetReportsQuiet(bool quiet);
+
+// Node count of the last report received.
+uint32_t LastReportedNodes();
+
+// The UCI score text for a library score: "cp S" or "mate M".
+std::string ScoreText(int32_t score);

@@ -1,0 +1,105 @@
+// Mapping a GUI's clock onto the library's limits, with host deadlines that
+// keep the engine inside the clock whatever the library's own rules decide.
+#include "timeplan.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+
+namespace {
+
+// The number in text, clamped to [0, 10^9] milliseconds; false if not a number.
+bool ReadNumber(const std::string &text, int64_t &value) {
+  errno = 0;
+  char *end = nullptr;
+  long long number = std::strtoll(text.c_str(), &end, 10);
+  if (end == text.c_str() || *end != '\0') return false;
+  if (errno == ERANGE) number = number < 0 ? 0 : 1000000000;
+  value = std::clamp<long long>(number, 0, 1000000000);
+  return true;
+}
+
+// Host deadlines for a clock of clockMs with incrementMs per move.
+void PlanDeadlines(SearchPlan &plan, int64_t clockMs, int64_t incrementMs, int64_t movesToGo, int blitzSpeed) {
+  // Pipe, GUI and scheduler latency: a fixed part and a share of the clock.
+  const int64_t margin = 40 + clockMs / 40;
+  const int64_t usable = std::max<int64_t>(0, clockMs - margin);
+  const int64_t moves = movesToGo > 0 ? std::min<int64_t>(movesToGo, 50) : 0;
+  const int64_t share = moves > 0 ? usable / moves : usable / std::max(1, blitzSpeed);
+  const int64_t budget = share + std::min(incrementMs, usable / 2);
+  // Never more than a fifth of the clock on one move, unless the clock is
+  // refilled within the next few moves.
+  const int64_t cap = usable * 4 / 5 / (moves >= 1 && moves < 4 ? moves : 4);
+  plan.stopAfterMs = std::min(3 * budget, cap);
+  plan.hardAfterMs = std::max(plan.stopAfterMs, usable);
+  // Under a second the library's whole-second clock would read zero: search
+  // without a library limit and stop at the host's own budget instead.
+  if (usable < 1000) {
+    plan.mode = LimitMode::Infinite;
+    plan.stopAfterMs = std::min(budget, cap);
+  }
+}
+
+}  // namespace
+
+GoRequest ParseGo(const std::vector<std::string> &words, size_t first) {
+  GoRequest request;
+  for (size_t i = first; i < words.size(); ++i) {
+    const std::string &word = words[i];
+    if (word == "infinite") {
+      request.infinite = true;
+      continue;
+    }
+    if (word == "ponder") {
+      request.ponder = true;
+      continue;
+    }
+    int64_t *slot = word == "wtime"       ? &request.whiteTime
+                    : word == "btime"     ? &request.blackTime
+                    : word == "winc"      ? &request.whiteIncrement
+                    : word == "binc"      ? &request.blackIncrement
+                    : word == "movestogo" ? &request.movesToGo
+                    : word == "depth"     ? &request.depth
+                    : word == "movetime"  ? &request.moveTime
+                                          : nullptr;
+    if (slot && i + 1 < words.size() && ReadNumber(words[i + 1], *slot)) ++i;
+  }
+  return request;
+}
+
+SearchPlan PlanSearch(const GoRequest &request, bool whiteToMove, int blitzSpeed) {
+  SearchPlan plan;
+  plan.ponder = request.ponder;
+  plan.hold = request.ponder;
+  const int64_t clockMs = whiteToMove ? request.whiteTime : request.blackTime;
+  const int64_t incrementMs = whiteToMove ? request.whiteIncrement : request.blackIncrement;
+  if (request.infinite) {
+    plan.hold = true;
+  } else if (request.moveTime >= 0) {
+    // A fixed time per move: the library searches without end, the host stops it.
+    plan.stopAfterMs = std::max<int64_t>(0, request.moveTime - std::min<int64_t>(30, request.moveTime / 5));
+    plan.hardAfterMs = plan.stopAfterMs;
+  } else if (request.depth >= 0) {
+    plan.mode = LimitMode::Depth;
+    plan.depth = int(std::clamp<int64_t>(request.depth, MinimumReportedDepth, 31));
+    if (clockMs >= 0) {
+      PlanDeadlines(plan, clockMs, incrementMs, request.movesToGo, blitzSpeed);
+      plan.mode = LimitMode::Depth;
+    }
+  } else if (clockMs >= 0) {
+    const int64_t margin = 40 + clockMs / 40;
+    const int64_t seconds = std::max<int64_t>(0, clockMs - margin) / 1000;
+    if (request.movesToGo > 0) {
+      plan.mode = LimitMode::MovesInTime;
+      plan.moves = int(std::min<int64_t>(request.movesToGo, 1000));
+    } else {
+      plan.mode = LimitMode::Blitz;
+      plan.incrementSeconds = int(incrementMs / 1000);
+    }
+    plan.clockSeconds = int(seconds);
+    PlanDeadlines(plan, clockMs, incrementMs, request.movesToGo, blitzSpeed);
+  } else {
+    plan.hold = true;
+  }
+  return plan;
+}

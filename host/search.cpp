@@ -35,6 +35,7 @@ struct SharedState {
   bool ponderHit = false;
   bool haveLine = false;     // an exact line has been reported
   bool haveMove = false;     // some legal root move has been reported
+  bool nodesReached = false; // a report reached the plan's node limit
   bool watchdogQuit = false;
   SearchPlan plan;
   Clock::time_point goTime;
@@ -70,6 +71,7 @@ void NoteMove(bool exactLine) {
   std::lock_guard<std::mutex> guard(StateLock);
   State.haveMove = true;
   if (exactLine) State.haveLine = true;
+  if (State.plan.nodeLimit >= 0 && int64_t(Report.nodes) >= State.plan.nodeLimit) State.nodesReached = true;
   StateChanged.notify_all();
 }
 
@@ -125,7 +127,7 @@ bool MustStop(Clock::time_point now) {
                       now >= s.clockBase + std::chrono::milliseconds(s.plan.stopAfterMs);
   const bool hardUp = clockRuns && s.plan.hardAfterMs >= 0 &&
                       now >= s.clockBase + std::chrono::milliseconds(s.plan.hardAfterMs);
-  if (!s.stopRequested && !timeUp) return false;
+  if (!s.stopRequested && !timeUp && !s.nodesReached) return false;
   // Without an exact line the search goes on until one arrives, or until the
   // last moment if some other legal move is known.
   return s.haveLine || (hardUp && s.haveMove);

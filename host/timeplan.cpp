@@ -61,6 +61,8 @@ GoRequest ParseGo(const std::vector<std::string> &words, size_t first) {
                     : word == "movestogo" ? &request.movesToGo
                     : word == "depth"     ? &request.depth
                     : word == "movetime"  ? &request.moveTime
+                    : word == "nodes"     ? &request.nodes
+                    : word == "mate"      ? &request.mate
                                           : nullptr;
     if (slot && i + 1 < words.size() && ReadNumber(words[i + 1], *slot)) ++i;
   }
@@ -69,6 +71,7 @@ GoRequest ParseGo(const std::vector<std::string> &words, size_t first) {
 
 SearchPlan PlanSearch(const GoRequest &request, bool whiteToMove, int blitzSpeed) {
   SearchPlan plan;
+  plan.nodeLimit = request.nodes;
   plan.ponder = request.ponder;
   plan.hold = request.ponder;
   const int64_t clockMs = whiteToMove ? request.whiteTime : request.blackTime;
@@ -79,9 +82,11 @@ SearchPlan PlanSearch(const GoRequest &request, bool whiteToMove, int blitzSpeed
     // A fixed time per move: the library searches without end, the host stops it.
     plan.stopAfterMs = std::max<int64_t>(0, request.moveTime - std::min<int64_t>(30, request.moveTime / 5));
     plan.hardAfterMs = plan.stopAfterMs;
-  } else if (request.depth >= 0) {
+  } else if (request.depth >= 0 || request.mate >= 0) {
+    // A mate in n moves needs 2n - 1 plies; the deeper of the two limits counts.
+    const int64_t plies = std::max(request.depth, request.mate >= 0 ? 2 * request.mate - 1 : -1);
     plan.mode = LimitMode::Depth;
-    plan.depth = int(std::clamp<int64_t>(request.depth, MinimumReportedDepth, 31));
+    plan.depth = int(std::clamp<int64_t>(plies, MinimumReportedDepth, 31));
     if (clockMs >= 0) {
       PlanDeadlines(plan, clockMs, incrementMs, request.movesToGo, blitzSpeed);
       plan.mode = LimitMode::Depth;
@@ -98,8 +103,9 @@ SearchPlan PlanSearch(const GoRequest &request, bool whiteToMove, int blitzSpeed
     }
     plan.clockSeconds = int(seconds);
     PlanDeadlines(plan, clockMs, incrementMs, request.movesToGo, blitzSpeed);
-  } else {
+  } else if (request.nodes < 0) {
     plan.hold = true;
   }
+  // The library has no node limit: the host stops it from the reports.
   return plan;
 }

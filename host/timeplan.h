@@ -13,6 +13,8 @@ struct GoRequest {
   int64_t movesToGo = 0;
   int64_t depth = -1;
   int64_t moveTime = -1;
+  int64_t nodes = -1;
+  int64_t mate = -1;
   bool infinite = false;
   bool ponder = false;
 };
@@ -31,6 +33,7 @@ struct SearchPlan {
   bool hold = false;        // bestmove waits for stop (infinite, ponder)
   int64_t stopAfterMs = -1; // host stops the search then, once it has a line
   int64_t hardAfterMs = -1; // host stops the search then with any legal move
+  int64_t nodeLimit = -1;   // host stops the search once a report shows as many nodes
 };
 
 // Reads the words after "go"; unknown words and bad numbers are skipped.

@@ -282,14 +282,15 @@ TEST(UciSearch, InfiniteWaitsForStop) {
   HostProcess host;
   host.Send("position startpos");
   host.Send("go infinite");
-  usleep(1300 * 1000);
+  // Root moves are reported once the search has run for a second.
+  std::string line;
+  bool currentMove = false;
+  while (!currentMove && host.ReadLine(line)) currentMove = line.find(" currmovenumber ") != std::string::npos;
+  EXPECT_TRUE(currentMove);
   host.Send("isready");
   ASSERT_EQ(host.WaitFor("readyok"), "readyok");
   EXPECT_EQ(host.CountStartingWith("bestmove"), 0);
   EXPECT_GT(host.CountStartingWith("info depth"), 0);
-  bool currentMove = false;
-  for (const std::string &line : host.Lines()) currentMove |= line.find(" currmovenumber ") != std::string::npos;
-  EXPECT_TRUE(currentMove);
   host.Send("stop");
   std::string best = BestMove(host.WaitFor("bestmove"));
   EXPECT_TRUE(IsLegal(StartFen, best)) << best;
@@ -335,7 +336,9 @@ TEST(UciSearch, EveryGoEndsWithOneLegalBestmove) {
                                          "go wtime 1500 btime 1500 movestogo 1",
                                          "go wtime 3000 btime 3000 movestogo 40",
                                          "go wtime 2000 btime 2000 winc 1000 binc 1000",
-                                         "go depth 20 wtime 400 btime 400"};
+                                         "go depth 20 wtime 400 btime 400",
+                                         "go nodes 20000",
+                                         "go mate 1"};
   for (const std::string &go : goes) {
     host.Send(go);
     std::string best = BestMove(host.WaitFor("bestmove"));

@@ -24,7 +24,8 @@ constexpr BenchPosition BenchPositions[] = {
 constexpr int BenchDepth = 8;
 #endif
 
-void RunBench() {
+void RunBench(int depth) {
+  if (depth < 1) depth = BenchDepth;
   SetReportsQuiet(true);
   uint64_t total = 0;
   const auto start = std::chrono::steady_clock::now();
@@ -35,7 +36,7 @@ void RunBench() {
     std::vector<char> fen(text.begin(), text.end());
     fen.push_back('\0');
     Varn.SetPosition(fen.data());
-    Varn.SetDepth(BenchDepth);
+    Varn.SetDepth(depth);
     SetReportsQuiet(true);
     Varn.Analyse(0);
     total += LastReportedNodes();
@@ -43,7 +44,7 @@ void RunBench() {
   const auto ms =
       std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count();
   SetReportsQuiet(false);
-  Say("positions " + std::to_string(std::size(BenchPositions)) + " depth " + std::to_string(BenchDepth));
+  Say("positions " + std::to_string(std::size(BenchPositions)) + " depth " + std::to_string(depth));
   Say("nodes " + std::to_string(total));
   Say("time " + std::to_string(ms) + " ms");
   Say("nps " + std::to_string(total * 1000 / uint64_t(ms > 0 ? ms : 1)));

@@ -1,5 +1,6 @@
 // The UCI command loop, and commands given on the command line.
 #include <cstdio>
+#include <cstdlib>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -86,7 +87,7 @@ bool RunCommand(const std::vector<std::string> &words, bool commandLine) {
   } else if (command == "bench") {
     JoinSearch(true);
     SyncEngine();
-    RunBench();
+    RunBench(rest < words.size() ? std::atoi(words[rest].c_str()) : 0);
   } else if (command == "quit") {
     return false;
   }

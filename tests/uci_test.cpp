@@ -411,7 +411,8 @@ TEST(UciCommandLine, RunsArgumentsAsCommands) {
     EXPECT_EQ(host.WaitExit(), 0);
   }
   {
-    HostProcess host({"bench"});
+    // A shallower depth keeps the run short; the full set still runs.
+    HostProcess host({"bench", "5"});
     std::string nodes = host.WaitFor("nodes ");
     ASSERT_NE(nodes, "");
     EXPECT_GT(std::stoll(nodes.substr(6)), 0);

@@ -86,6 +86,7 @@ std::vector<char> Writable(const std::string &text) {
 
 }  // namespace
 
+// One fwrite per line, under a lock, so lines from two threads never mix.
 void Say(const std::string &line) {
   std::lock_guard<std::mutex> guard(OutputLock);
   std::string text = line + "\n";

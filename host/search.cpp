@@ -55,7 +55,7 @@ std::string Lower(std::string text) {
   return text;
 }
 
-// The first and second word of a line ("" when missing).
+// The word at index in a line ("" when missing).
 std::string WordAt(const std::string &line, size_t index) {
   std::vector<std::string> words = SplitWords(line);
   return index < words.size() ? words[index] : "";
@@ -75,10 +75,13 @@ void NoteMove(bool exactLine) {
   StateChanged.notify_all();
 }
 
+// Slots 1 and 6: the library never calls them.
 void OnReserved() {}
 
+// Node count, sent before every line or root-move report.
 void OnNodes(uint32_t nodes, int32_t, int32_t) { Report.nodes = nodes; }
 
+// Iteration depth in plies, sent first in every report.
 void OnDepth(int32_t depth, int32_t) { Report.depth = depth; }
 
 // A root move about to be searched.

@@ -20,6 +20,7 @@ constexpr const char *CommandWords[] = {"uci",  "isready",   "setoption", "ucine
 // Depth of a command-line "go" that names no limit.
 constexpr int CommandLineDepth = 12;
 
+// True for a word that begins a command.
 bool IsCommandWord(const std::string &word) {
   for (const char *command : CommandWords)
     if (word == command) return true;
@@ -112,6 +113,7 @@ void FinishInput() { JoinSearch(SearchHolds()); }
 
 }  // namespace
 
+// With arguments: runs them as commands and exits; without: a UCI session.
 int main(int argc, char **argv) {
   PrepareConsole();
   std::string error;

@@ -35,9 +35,9 @@ bool TryAllocate(int megabytes) {
 int AllocateHash() {
   FreeHash();
   for (int megabytes = HashSizeMb; megabytes >= 1; megabytes /= 2) {
+    // The allocator hands out zeroed memory, so the arrays start cleared.
     if (TryAllocate(megabytes)) {
       HashSizeMb = megabytes;
-      ClearHash();
       return 1;
     }
   }

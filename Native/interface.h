@@ -6,6 +6,10 @@
 #include <cstdint>
 
 #include "board.h"
+// The engine's own files and tests call the exports directly.
+#ifndef VARN_BUILDING_LIBRARY
+#define VARN_BUILDING_LIBRARY
+#endif
 #include "varn504.h"
 
 // The engine's copy of the host's callbacks (a null slot is never called).

@@ -112,6 +112,7 @@ TokenSlot HostTokens[MaxTokens];
 
 }  // namespace
 
+// Blanks, an optional sign and digits; saturates rather than overflowing.
 int32_t ParseDecimal(const char *text) {
   if (!text) return 0;
   const char *p = text;
@@ -127,11 +128,13 @@ int32_t ParseDecimal(const char *text) {
   return int32_t(value > INT32_MAX ? INT32_MAX : value);
 }
 
+// Every parameter back to its default.
 void SetParameterDefaults() {
   for (const Parameter &parameter : Parameters) *parameter.value = parameter.defaultValue;
   HashSizeMb = 32;
 }
 
+// The first parameter of exactly this name takes the clamped value.
 void SetParameter(const char *name, const char *value) {
   if (!name) return;
   for (const Parameter &parameter : Parameters) {
@@ -144,6 +147,7 @@ void SetParameter(const char *name, const char *value) {
   }
 }
 
+// The first legal move whose squares (and promotion letter) the token names.
 Move ParseMoveText(int side, const char *token) {
   DerivePositionState();
   if (!token) return 0;
@@ -157,6 +161,7 @@ Move ParseMoveText(int side, const char *token) {
   return 0;
 }
 
+// Plays a game move for good and records how far back repetitions count.
 int PlayGameMove(int side, Move move) {
   if (GameMoveCount >= MaxGameMoves) return 0;
   MakeMove(side, move, 1);
@@ -169,6 +174,7 @@ int PlayGameMove(int side, Move move) {
   return 1;
 }
 
+// Plays every token that names a legal move, turning the side after each.
 void PlayGameText(const char *text) {
   const int count = SplitTokens(text, HostTokens);
   for (int i = 0; i < count; ++i) {
@@ -177,6 +183,8 @@ void PlayGameText(const char *text) {
   }
 }
 
+// Same-side positions four or more plies back: first in the search line, then
+// in the game back to the last pawn move or capture.
 int IsRepetition(int ply) {
   if (ply < 2 || ply >= MaxPly) return 0;
   const uint64_t pawnKey = Ply[ply].pawnKey, pieceKey = Ply[ply].pieceKey;

@@ -110,6 +110,12 @@ bool SameKeys(const PlyRecord &record, uint64_t pawnKey, uint64_t pieceKey) {
 
 TokenSlot HostTokens[MaxTokens];
 
+// The square and attack tables a position needs have been built.
+bool TablesBuilt() { return SetMask[A1] != 0; }
+
+// From VarnQuit to the next VarnInit the hash tables are gone.
+bool EngineClosed;
+
 }  // namespace
 
 // Blanks, an optional sign and digits; saturates rather than overflowing.
@@ -200,7 +206,9 @@ int IsRepetition(int ply) {
 
 extern "C" {
 
+// Before VarnInit or after VarnQuit nothing is searched and 0 is returned.
 int32_t VarnAnalyse(int32_t ponder) {
+  if (!TablesBuilt() || EngineClosed) return 0;
   Pondering = ponder != 0;
   ResetSearchState();
   DerivePositionState();
@@ -208,6 +216,7 @@ int32_t VarnAnalyse(int32_t ponder) {
 }
 
 void VarnClearHashtable(void) {
+  if (!TablesBuilt()) return;
   ClearHash();
   ResetSearchState();
   DerivePositionState();
@@ -230,6 +239,7 @@ int32_t VarnInit(const VarnCallbacks *callbacks, int32_t, int32_t hashKb) {
   if (HashSizeMb <= 0) HashSizeMb = 1;
   if (HashSizeMb > 1024) HashSizeMb = 1024;
   AllocateHash();
+  EngineClosed = false;
   return HashSizeMb * 1024;
 }
 
@@ -238,6 +248,7 @@ void VarnNextBest(void) {}
 void VarnPonderingOff(void) { StopPondering(); }
 
 void VarnQuit(void) {
+  EngineClosed = true;
   FreePawnHash();
   FreeHash();
 }
@@ -254,13 +265,17 @@ void VarnSetDepth(int32_t plies) {
   DepthLimit = plies;
 }
 
-void VarnSetGame(char *moves) { PlayGameText(moves); }
+void VarnSetGame(char *moves) {
+  if (TablesBuilt()) PlayGameText(moves);
+}
 
 void VarnSetInfinite(void) { TimeMode = TimeModeInfinite; }
 
 void VarnSetParam(const char *name, const char *value) { SetParameter(name, value); }
 
+// Positions wait for the tables of the first VarnInit.
 void VarnSetPosition(char *fen) {
+  if (!TablesBuilt()) return;
   const int count = SplitTokens(fen, HostTokens);
   SetUpFromTokens(HostTokens, count);
   ResetSearchState();
@@ -268,6 +283,7 @@ void VarnSetPosition(char *fen) {
 }
 
 void VarnSetStartPosition(void) {
+  if (!TablesBuilt()) return;
   SetStartPosition();
   ResetSearchState();
   DerivePositionState();

@@ -76,9 +76,16 @@ class Library504 : public ::testing::Test {
     Find(Varn.SetStartPosition, "VarnSetStartPosition");
     Find(Varn.SetTime, "VarnSetTime");
     Find(Varn.StopAnalyse, "VarnStopAnalyse");
-    // Closing before any set-up must be harmless.
+    // Calls before any set-up must be harmless.
     Varn.Quit();
     Varn.Quit();
+    std::string fen = "8/8/8/8/8/8/8/K6k w - -", game = "a1a2";
+    Varn.SetPosition(fen.data());
+    Varn.SetGame(game.data());
+    Varn.SetStartPosition();
+    Varn.ClearHashtable();
+    Varn.SetDepth(2);
+    EXPECT_EQ(Varn.Analyse(0), 0);
   }
   static void TearDownTestSuite() {
     if (Varn.Quit) Varn.Quit();
@@ -119,6 +126,8 @@ TEST_F(Library504, InitClampsTheHashSize) {
   }
   Varn.Quit();
   Varn.Quit();
+  Varn.SetDepth(2);
+  EXPECT_EQ(Varn.Analyse(0), 0) << "no search without tables";
   EXPECT_EQ(Varn.Init(nullptr, 0, 1024), 1024);
 }
 

@@ -32,6 +32,7 @@ bool TryAllocate(int megabytes) {
 
 }  // namespace
 
+// Tries the requested size, then halves it until the heap grants both arrays.
 int AllocateHash() {
   FreeHash();
   for (int megabytes = HashSizeMb; megabytes >= 1; megabytes /= 2) {
@@ -45,12 +46,14 @@ int AllocateHash() {
   return 0;
 }
 
+// Empties every entry of both arrays.
 void ClearHash() {
   if (!HashBucketCount) return;
   size_t bytes = size_t(HashBucketCount) * HashBucketSize * sizeof(HashEntry);
   for (HashEntry *table : TranspositionTable) std::memset(table, 0, bytes);
 }
 
+// Releases both arrays; harmless when there are none.
 void FreeHash() {
   for (HashEntry *&table : TranspositionTable) {
     std::free(table);
@@ -59,6 +62,7 @@ void FreeHash() {
   HashBucketCount = 0;
 }
 
+// The entry of the position at ply, or a slot claimed for it, or none.
 HashEntry *ProbeHash(int side, int depth, int ply) {
   if (!HashBucketCount) return nullptr;
   uint64_t key = Ply[ply].pawnKey ^ Ply[ply].pieceKey;
@@ -75,6 +79,7 @@ HashEntry *ProbeHash(int side, int depth, int ply) {
   return candidate;
 }
 
+// Fills a probed slot unless it holds a deeper result.
 void StoreHash(HashEntry *entry, Move move, int depth, int ply, int score, int flags) {
   if (!entry) return;
   if (score >= 29001) score += ply;

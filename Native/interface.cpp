@@ -110,8 +110,15 @@ bool SameKeys(const PlyRecord &record, uint64_t pawnKey, uint64_t pieceKey) {
 
 TokenSlot HostTokens[MaxTokens];
 
+// The square and attack tables a position needs have been built.
+bool TablesBuilt() { return SetMask[A1] != 0; }
+
+// From VarnQuit to the next VarnInit the hash tables are gone.
+bool EngineClosed;
+
 }  // namespace
 
+// Blanks, an optional sign and digits; saturates rather than overflowing.
 int32_t ParseDecimal(const char *text) {
   if (!text) return 0;
   const char *p = text;
@@ -127,11 +134,13 @@ int32_t ParseDecimal(const char *text) {
   return int32_t(value > INT32_MAX ? INT32_MAX : value);
 }
 
+// Every parameter back to its default.
 void SetParameterDefaults() {
   for (const Parameter &parameter : Parameters) *parameter.value = parameter.defaultValue;
   HashSizeMb = 32;
 }
 
+// The first parameter of exactly this name takes the clamped value.
 void SetParameter(const char *name, const char *value) {
   if (!name) return;
   for (const Parameter &parameter : Parameters) {
@@ -144,6 +153,7 @@ void SetParameter(const char *name, const char *value) {
   }
 }
 
+// The first legal move whose squares (and promotion letter) the token names.
 Move ParseMoveText(int side, const char *token) {
   DerivePositionState();
   if (!token) return 0;
@@ -157,6 +167,7 @@ Move ParseMoveText(int side, const char *token) {
   return 0;
 }
 
+// Plays a game move for good and records how far back repetitions count.
 int PlayGameMove(int side, Move move) {
   if (GameMoveCount >= MaxGameMoves) return 0;
   MakeMove(side, move, 1);
@@ -169,6 +180,7 @@ int PlayGameMove(int side, Move move) {
   return 1;
 }
 
+// Plays every token that names a legal move, turning the side after each.
 void PlayGameText(const char *text) {
   const int count = SplitTokens(text, HostTokens);
   for (int i = 0; i < count; ++i) {
@@ -177,6 +189,8 @@ void PlayGameText(const char *text) {
   }
 }
 
+// Same-side positions four or more plies back: first in the search line, then
+// in the game back to the last pawn move or capture.
 int IsRepetition(int ply) {
   if (ply < 2 || ply >= MaxPly) return 0;
   const uint64_t pawnKey = Ply[ply].pawnKey, pieceKey = Ply[ply].pieceKey;
@@ -192,7 +206,9 @@ int IsRepetition(int ply) {
 
 extern "C" {
 
+// Before VarnInit or after VarnQuit nothing is searched and 0 is returned.
 int32_t VarnAnalyse(int32_t ponder) {
+  if (!TablesBuilt() || EngineClosed) return 0;
   Pondering = ponder != 0;
   ResetSearchState();
   DerivePositionState();
@@ -200,6 +216,7 @@ int32_t VarnAnalyse(int32_t ponder) {
 }
 
 void VarnClearHashtable(void) {
+  if (!TablesBuilt()) return;
   ClearHash();
   ResetSearchState();
   DerivePositionState();
@@ -222,6 +239,7 @@ int32_t VarnInit(const VarnCallbacks *callbacks, int32_t, int32_t hashKb) {
   if (HashSizeMb <= 0) HashSizeMb = 1;
   if (HashSizeMb > 1024) HashSizeMb = 1024;
   AllocateHash();
+  EngineClosed = false;
   return HashSizeMb * 1024;
 }
 
@@ -230,6 +248,7 @@ void VarnNextBest(void) {}
 void VarnPonderingOff(void) { StopPondering(); }
 
 void VarnQuit(void) {
+  EngineClosed = true;
   FreePawnHash();
   FreeHash();
 }
@@ -246,13 +265,17 @@ void VarnSetDepth(int32_t plies) {
   DepthLimit = plies;
 }
 
-void VarnSetGame(char *moves) { PlayGameText(moves); }
+void VarnSetGame(char *moves) {
+  if (TablesBuilt()) PlayGameText(moves);
+}
 
 void VarnSetInfinite(void) { TimeMode = TimeModeInfinite; }
 
 void VarnSetParam(const char *name, const char *value) { SetParameter(name, value); }
 
+// Positions wait for the tables of the first VarnInit.
 void VarnSetPosition(char *fen) {
+  if (!TablesBuilt()) return;
   const int count = SplitTokens(fen, HostTokens);
   SetUpFromTokens(HostTokens, count);
   ResetSearchState();
@@ -260,6 +283,7 @@ void VarnSetPosition(char *fen) {
 }
 
 void VarnSetStartPosition(void) {
+  if (!TablesBuilt()) return;
   SetStartPosition();
   ResetSearchState();
   DerivePositionState();

@@ -8,6 +8,7 @@
 #include "interface.h"
 #include "root.h"
 
+// Milliseconds of the steady clock, which never goes backwards.
 int64_t SystemClockMs() {
   using namespace std::chrono;
   return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
@@ -36,15 +37,19 @@ int RootRule(int64_t budget, int64_t pondered, int64_t elapsed, int depth) {
   return elapsed > budget;
 }
 
+// Divisors guarded against values the exports never store.
 int32_t MovesLeft() { return MovesToGo < 1 ? 1 : MovesToGo; }
 int32_t BlitzShares() { return BlitzPlayingSpeed < 1 ? 1 : BlitzPlayingSpeed; }
 
 }  // namespace
 
+// Sets the origin of the elapsed time.
 void StartClock() { SearchStartTicks = ReadClockMs(); }
 
+// Milliseconds since the origin.
 int32_t ElapsedMs() { return Since(SearchStartTicks.load(), ReadClockMs()); }
 
+// The origin moves first, PonderedMs next, and clearing Pondering publishes both.
 void StopPondering() {
   int64_t now = ReadClockMs();
   int32_t pondered = Since(SearchStartTicks.load(), now);

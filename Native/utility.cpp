@@ -54,6 +54,7 @@ const char *SquareText(int square, char *buffer) {
   return buffer;
 }
 
+// Source and destination square and the promotion letter, if any.
 char *MoveText(Move move, char *buffer) {
   char square[3];
   std::memcpy(buffer, SquareText(MoveFrom(move), square), 2);
@@ -64,6 +65,7 @@ char *MoveText(Move move, char *buffer) {
   return buffer;
 }
 
+// Record 1's line from index 1 up to the first empty word.
 char *LineText(char *buffer, int kind) {
   const Move *line = Ply[1].pvRow;
   buffer[0] = '\0';
@@ -85,6 +87,7 @@ char *LineText(char *buffer, int kind) {
   return buffer;
 }
 
+// Depth, nodes, then the line: a best line or a window failure.
 void ReportLine(int score, int depth, int kind) {
   if (depth < 300) return;
   char text[LineTextSize];
@@ -94,6 +97,7 @@ void ReportLine(int score, int depth, int kind) {
   if (Callbacks.ReportPrincipalVariation) Callbacks.ReportPrincipalVariation(text, score);
 }
 
+// Depth, nodes, then the root move with its number and the number of root moves.
 void ReportCurrentRootMove(int depth) {
   if (ElapsedMs() <= 1000) return;
   char text[MoveTextSize];

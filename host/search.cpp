@@ -21,6 +21,7 @@ using Clock = std::chrono::steady_clock;
 struct ReportState {
   int32_t depth = 0;
   uint32_t nodes = 0;
+  uint32_t lineNodes = 0;    // node count of the last line report
   std::string bestLine;      // last exact line, moves in GUI notation
   std::string fallbackMove;  // a legal root move from any other report
   bool quiet = false;
@@ -106,6 +107,7 @@ void OnLine(const char *text, int32_t score) {
   }
   std::vector<std::string> moves = SplitWords(Lower(line));
   if (moves.empty()) return;
+  Report.lineNodes = Report.nodes;
   std::string pv;
   for (const std::string &move : moves) pv += " " + move;
   if (bound.empty()) {
@@ -312,4 +314,4 @@ void SetReportsQuiet(bool quiet) {
   Report.quiet = quiet;
 }
 
-uint32_t LastReportedNodes() { return Report.nodes; }
+uint32_t LastLineNodes() { return Report.lineNodes; }

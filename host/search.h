@@ -40,8 +40,8 @@ void JoinSearch(bool stopFirst);
 // Bench support: reports are counted but not printed while quiet.
 void SetReportsQuiet(bool quiet);
 
-// Node count of the last report received.
-uint32_t LastReportedNodes();
+// Node count sent with the last line report.
+uint32_t LastLineNodes();
 
 // The UCI score text for a library score: "cp S" or "mate M".
 std::string ScoreText(int32_t score);

@@ -8,7 +8,8 @@
 #
 # Usage: scripts/match.sh [games] [opponent] [base seconds] [increment seconds]
 #   defaults: 20 games against fairymax at 10 s + 0.1 s per move.
-#   The games and logs go to build/match/ (MATCH_DIR overrides).
+#   The games and logs go to build/match/ (MATCH_DIR overrides); MATCH_PONDER=1
+#   lets both engines think on the opponent's time.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
@@ -17,6 +18,8 @@ opponent=${2:-fairymax}
 base=${3:-10}
 increment=${4:-0.1}
 out=${MATCH_DIR:-$root/build/match}
+ponder=-xponder
+[ "${MATCH_PONDER:-0}" = 1 ] && ponder=-ponder
 
 need=()
 command -v xboard >/dev/null || [ -x /usr/games/xboard ] || need+=(xboard)
@@ -57,7 +60,7 @@ setsid xvfb-run -a xboard -noGUI -mg "$games" \
   -fcp "$root/build/varn" -fd "$root/build" -fUCI \
   -adapterCommand "polyglot -noini -log true -lf $out/polyglot.log -ec \"%fcp\" -ed \"%fd\"" \
   -scp "$opponent" -sd "$out" \
-  -tc "0:$base" -inc "$increment" -xponder -autoCallFlag true \
+  -tc "0:$base" -inc "$increment" "$ponder" -autoCallFlag true \
   -lpf "$out/openings.fen" -lpi -2 -sgf "$pgn" \
   -settingsFile "$out/xboard.settings" -saveSettingsOnExit false \
   >"$out/xboard.log" 2>&1 &

@@ -2,6 +2,7 @@
 #include "bench.h"
 
 #include <chrono>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -9,20 +10,7 @@
 #include "library.h"
 #include "search.h"
 
-#if __has_include("../tools/bench_positions.h")
 #include "../tools/bench_positions.h"
-#else
-// Stand-in set until the engine's benchmark positions exist.
-struct BenchPosition {
-  const char *fen;
-};
-constexpr BenchPosition BenchPositions[] = {
-    {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1"},
-    {"r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1"},
-    {"8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1"},
-};
-constexpr int BenchDepth = 8;
-#endif
 
 void RunBench(int depth) {
   if (depth < 1) depth = BenchDepth;

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <climits>
+#include <csignal>
 #endif
 
 #include <cstdio>
@@ -99,4 +100,8 @@ bool LoadVarnLibrary(std::string &error) {
 void PrepareConsole() {
   // Lines must reach the GUI at once, whatever kind of pipe stdout is.
   std::setvbuf(stdout, nullptr, _IONBF, 0);
+#ifndef _WIN32
+  // A GUI that closes its end first must not kill the host mid-search.
+  std::signal(SIGPIPE, SIG_IGN);
+#endif
 }

@@ -115,7 +115,9 @@ INSTANTIATE_TEST_SUITE_P(
                     "r3k2r/Pppp1ppp/1b3nbN/nP6/BBP1P3/q4N2/Pp1P2PP/R2Q1RK1 w kq -",
                     "rnbq1k1r/pp1Pbppp/2p5/8/2B5/8/PPP1NnPP/RNBQK2R w KQ -",
                     "r3k2r/1b4bq/8/8/8/8/7B/R3K2R w KQkq -",
-                    "8/8/1k6/2b5/2pP4/8/5K2/8 b - d3"));
+                    "8/8/1k6/2b5/2pP4/8/5K2/8 b - d3",
+                    // Black promotes on a1, square 0, which also means "no en passant".
+                    "4k3/1P6/8/8/8/8/p1p5/1N2K2R b K -"));
 
 TEST(Generation, StartPositionOrder) {
   SetFen(StartFen);
@@ -144,6 +146,12 @@ TEST(Generation, PromotionWords) {
   EXPECT_EQ(last, (std::vector<std::string>{"a7a8q", "a7a8r", "a7a8b", "a7a8n", "a7b8q", "a7b8r", "a7b8b",
                                             "a7b8n"}));
   EXPECT_EQ(MoveCaptured(ListOf(1).back()), Rook);
+  // A push onto a1 is no capture, whatever the generator.
+  SetFen("4k3/8/8/8/8/8/p7/4K3 b - -");
+  GenerateMoves<Black>(1);
+  GenerateCaptures<Black>(2);
+  GenerateNonCaptures<Black>(3, Ply[2].listEnd);
+  for (int i = Ply[0].listEnd; i < Ply[3].listEnd; ++i) EXPECT_EQ(MoveCaptured(MoveStack[i]), Empty) << Text(MoveStack[i]);
 }
 
 TEST(Generation, Castling) {

@@ -19,7 +19,9 @@
 #include "undo.h"
 
 // Counts every operator new of the test program, to show that the
-// evaluation allocates nothing.
+// evaluation allocates nothing. The replacements pair malloc with free.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
 std::atomic<long> Allocations{0};
 void *operator new(std::size_t size) {
   ++Allocations;
@@ -28,6 +30,7 @@ void *operator new(std::size_t size) {
 }
 void operator delete(void *p) noexcept { std::free(p); }
 void operator delete(void *p, std::size_t) noexcept { std::free(p); }
+#pragma GCC diagnostic pop
 
 namespace {
 

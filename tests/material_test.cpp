@@ -12,6 +12,8 @@ struct BalanceCase {
   const char *row;
 };
 
+void PrintTo(const BalanceCase &c, std::ostream *os) { *os << c.row; }
+
 class MaterialBalanceRows : public testing::TestWithParam<BalanceCase> {};
 
 TEST_P(MaterialBalanceRows, AdjustsByTheFirstMatchingRow) {
@@ -123,6 +125,8 @@ struct ChancesCase {
   int expected;
   const char *what;
 };
+
+void PrintTo(const ChancesCase &c, std::ostream *os) { *os << c.what; }
 
 class WinChancesCases : public testing::TestWithParam<ChancesCase> {};
 

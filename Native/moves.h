@@ -1,6 +1,8 @@
-// Generation of all moves and of non-captures, and the legal root list.
+// Generation of all moves and of non-captures, the legal root list, and the
+// side-relative helpers that every generator shares.
 #pragma once
 
+#include "attacks.h"
 #include "board.h"
 
 // Every pseudo-legal move of colour Us into the list of ply.
@@ -16,3 +18,80 @@ void GenerateNonCaptures(int ply, int start);
 // The legal moves of side at the root (ply 1, MoveStack from index 1);
 // returns their number.
 int LegalRootMoves(int side);
+
+// Pawn sets moved one rank forward, and one file towards a or h, for colour Us.
+template <int Us>
+inline Bitboard ShiftForward(Bitboard b) {
+  if constexpr (Us == White) return b << 8; else return b >> 8;
+}
+template <int Us>
+inline Bitboard ShiftTowardsA(Bitboard b) {
+  if constexpr (Us == White) return (b & NotFileA) << 7; else return (b & NotFileA) >> 9;
+}
+template <int Us>
+inline Bitboard ShiftTowardsH(Bitboard b) {
+  if constexpr (Us == White) return (b & NotFileH) << 9; else return (b & NotFileH) >> 7;
+}
+// Square steps matching the shifts above.
+template <int Us> constexpr int StepForward = Us == White ? 8 : -8;
+template <int Us> constexpr int StepTowardsA = Us == White ? 7 : -9;
+template <int Us> constexpr int StepTowardsH = Us == White ? 9 : -7;
+
+// Destinations of a piece kind (knight .. king) on s in the current position.
+inline Bitboard PieceTargets(int kind, int s) {
+  switch (kind) {
+    case Knight: return KnightAttacks[s];
+    case Bishop: return BishopAttacksOf(s);
+    case Rook: return RookAttacksOf(s);
+    case Queen: return QueenAttacksOf(s);
+    default: return KingAttacks[s];
+  }
+}
+
+// Writes one word per square of targets, moving from `from`, at index i.
+inline int EmitTargets(int i, int from, int kind, Bitboard targets) {
+  for (; targets; targets &= targets - 1) {
+    int to = LowestSquare(targets);
+    int code = Board[to];
+    MoveStack[i++] = MoveWord(from, to, kind, code < 0 ? -code : code);
+  }
+  return i;
+}
+
+// Writes the pawn moves of a destination set whose origins lie `step` behind,
+// with the given promotion kinds on the last rank (none elsewhere).
+template <int Us>
+inline int EmitPawnMoves(int i, Bitboard targets, int step, const int *promotions, int count,
+                         int epSquare) {
+  constexpr int LastRank = Us == White ? 7 : 0;
+  for (; targets; targets &= targets - 1) {
+    int to = LowestSquare(targets), from = to - step;
+    int code = Board[to];
+    int captured = to == epSquare && code == Empty ? Pawn : (code < 0 ? -code : code);
+    if (Rank(to) == LastRank) {
+      for (int k = 0; k < count; ++k) MoveStack[i++] = MoveWord(from, to, Pawn, captured, promotions[k]);
+    } else {
+      MoveStack[i++] = MoveWord(from, to, Pawn, captured);
+    }
+  }
+  return i;
+}
+
+constexpr int AllPromotions[4] = {Queen, Rook, Bishop, Knight};
+constexpr int UnderPromotions[3] = {Rook, Bishop, Knight};
+
+// Castling words of colour Us whose counters, empty squares and unattacked
+// squares allow them: king side first.
+template <int Us>
+inline int EmitCastling(int i) {
+  constexpr int Them = 1 - Us;
+  constexpr int Home = Us == White ? E1 : E8;
+  if (MoveCounter[Home]) return i;
+  if (!MoveCounter[Home + 3] && !Board[Home + 1] && !Board[Home + 2] && !AttackedBy<Them>(Home) &&
+      !AttackedBy<Them>(Home + 1) && !AttackedBy<Them>(Home + 2))
+    MoveStack[i++] = MoveWord(Home, Home + 2, King);
+  if (!MoveCounter[Home - 4] && !Board[Home - 1] && !Board[Home - 2] && !Board[Home - 3] &&
+      !AttackedBy<Them>(Home) && !AttackedBy<Them>(Home - 1) && !AttackedBy<Them>(Home - 2))
+    MoveStack[i++] = MoveWord(Home, Home - 2, King);
+  return i;
+}

@@ -1,0 +1,81 @@
+// Perft: counts the leaves of the legal move tree of a position, with a split
+// by root move, for checking the move generator and measuring its speed.
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "attacks.h"
+#include "init.h"
+#include "make.h"
+#include "moves.h"
+#include "undo.h"
+#include "utility.h"
+
+namespace {
+
+// Leaves below ply for colour Us: every generated move is made and kept only
+// when the mover's king is not left attacked, as the search does.
+template <int Us>
+uint64_t Perft(int depth, int ply) {
+  GenerateMoves<Us>(ply);
+  uint64_t nodes = 0;
+  for (int i = Ply[ply - 1].listEnd; i < Ply[ply].listEnd; ++i) {
+    const Move move = MoveStack[i];
+    MakeMove<Us>(move, ply);
+    if (!InCheck(Us)) nodes += depth > 1 ? Perft<1 - Us>(depth - 1, ply + 1) : 1;
+    UndoMove<Us>(move, ply);
+  }
+  return nodes;
+}
+
+uint64_t PerftOf(int side, int depth, int ply) {
+  return side ? Perft<White>(depth, ply) : Perft<Black>(depth, ply);
+}
+
+// Coordinate text of a move, promotions with a lower-case letter.
+void PrintMove(Move move, unsigned long long nodes) {
+  char from[3], to[3];
+  const char promotion[2] = {" pnbrqk"[MovePromotion(move)], 0};
+  std::printf("%s%s%s %llu\n", SquareText(MoveFrom(move), from), SquareText(MoveTo(move), to),
+              promotion[0] == ' ' ? "" : promotion, nodes);
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  if (argc < 3) {
+    std::fprintf(stderr, "usage: varn-perft \"<fen>\"|startpos <depth> [divide]\n");
+    return 2;
+  }
+  InitEngineTables();
+  static TokenSlot slots[MaxTokens];
+  const char *fen = std::strcmp(argv[1], "startpos") == 0 ? StartFen : argv[1];
+  SetUpFromTokens(slots, SplitTokens(fen, slots));
+  ResetSearchState();
+  DerivePositionState();
+  const int depth = std::atoi(argv[2]);
+  const bool divide = argc > 3 && std::strcmp(argv[3], "divide") == 0;
+  const int side = SideToMove;
+
+  const auto start = std::chrono::steady_clock::now();
+  uint64_t total = 0;
+  if (depth < 1) {
+    total = 1;
+  } else {
+    const int count = LegalRootMoves(side);
+    for (int i = 1; i <= count; ++i) {
+      const Move move = MoveStack[i];
+      MakeMove(side, move, 1);
+      const uint64_t nodes = depth > 1 ? PerftOf(1 - side, depth - 1, 2) : 1;
+      UndoMove(side, move, 1);
+      total += nodes;
+      if (divide) PrintMove(move, nodes);
+    }
+  }
+  const double seconds =
+      std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  std::printf("nodes %llu\ntime %.3f s\nnps %.0f\n", static_cast<unsigned long long>(total), seconds,
+              seconds > 0 ? total / seconds : 0.0);
+  return 0;
+}

@@ -119,13 +119,22 @@ long long Walk(int side, int ply, int depth, bool evaluate, long long &checksum)
   return nodes;
 }
 
+// Shortest of several walks of the tree, in seconds, with or without
+// evaluating; the pawn cache starts empty each time.
 double Seconds(bool evaluate, int depth, long long &nodes, long long &checksum) {
-  ClearPawnHash();
-  ResetSearchState();
-  DerivePositionState();
-  const auto start = std::chrono::steady_clock::now();
-  nodes = Walk(SideToMove, 1, depth, evaluate, checksum);
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  double best = 1e9, spent = 0;
+  for (int run = 0; run < 50 && (run < 3 || spent < 1.0); ++run) {
+    ClearPawnHash();
+    ResetSearchState();
+    DerivePositionState();
+    checksum = 0;
+    const auto start = std::chrono::steady_clock::now();
+    nodes = Walk(SideToMove, 1, depth, evaluate, checksum);
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    best = seconds < best ? seconds : best;
+    spent += seconds;
+  }
+  return best;
 }
 
 int Bench(int depth, const char *fen) {
@@ -134,7 +143,8 @@ int Bench(int depth, const char *fen) {
   const double walk = Seconds(false, depth, nodes, unused);
   const double total = Seconds(true, depth, nodes, checksum);
   const double evaluating = total > walk ? total - walk : total;
-  std::printf("positions %lld, tree walk %.3f s, walk with evaluation %.3f s\n", nodes, walk, total);
+  std::printf("positions %lld, tree walk %.4f s, walk with evaluation %.4f s (best of several runs)\n", nodes,
+              walk, total);
   std::printf("evaluations per second: %.0f (checksum %lld)\n", double(nodes) / evaluating, checksum);
   return 0;
 }

@@ -182,6 +182,7 @@ int AllocatePawnHash() {
   return PawnHashTable != FallbackPawnTable;
 }
 
+// Empties every slot in use.
 void ClearPawnHash() {
   std::memset(static_cast<void *>(PawnHashTable), 0, sizeof(PawnEntry) * PawnHashSize);
   CurrentPawnEntry = PawnHashTable;

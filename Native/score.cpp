@@ -419,6 +419,24 @@ bool OppositeBishops() {
   return bool(w & DarkSquares) != bool(b & DarkSquares);
 }
 
+// v scaled towards a draw when opposite-coloured bishops are the only minor
+// pieces; alone is set when nothing but the bishops is left and one side is
+// more than two pawns up, where the halved value is final.
+int ScaleOppositeBishops(int v, bool &alone) {
+  const SideRecord &w = WhiteSide, &b = BlackSide;
+  alone = false;
+  if (w.pieceUnits >= 12 || b.pieceUnits >= 12 || !OppositeBishops()) return v;
+  const int d = w.material - b.material;
+  const bool bishopsAlone = w.pieceUnits == 3 && b.pieceUnits == 3;
+  if (d >= 201 || d <= -201) {
+    alone = bishopsAlone;
+    if (bishopsAlone) return v / 2;
+    // Other pieces beside: only the positional part is halved.
+    return w.pieceUnits == b.pieceUnits ? (v - d) / 2 + d : v;
+  }
+  return bishopsAlone ? v / 4 : v;
+}
+
 // The whole evaluation; the traced twin also records every term.
 template <bool Traced>
 int EvaluateTerms(int side, int lower, int upper, int ply, EvalTrace *trace) {
@@ -504,25 +522,14 @@ int EvaluateTerms(int side, int lower, int upper, int ply, EvalTrace *trace) {
     trace->beforeScaling = v;
   }
 
-  if (w.pieceUnits < 12 && b.pieceUnits < 12 && OppositeBishops()) {
-    const int d = w.material - b.material;
-    const bool bishopsAlone = w.pieceUnits == 3 && b.pieceUnits == 3;
-    int scaled = v;
-    if (d >= 201 || d <= -201) {
-      if (bishopsAlone) {
-        if constexpr (Traced) trace->oppositeBishops = v / 2 - v;
-        if constexpr (Traced) trace->clamp = ClampByWinChances(v / 2, winMask) - v / 2;
-        return finish(ClampByWinChances(v / 2, winMask), EvalExitBishops);
-      }
-      if (w.pieceUnits == b.pieceUnits) scaled = (v - d) / 2 + d;
-    } else if (bishopsAlone) {
-      scaled = v / 4;
-    }
-    if constexpr (Traced) trace->oppositeBishops = scaled - v;
-    v = scaled;
+  bool bishopsAlone;
+  const int scaled = ScaleOppositeBishops(v, bishopsAlone);
+  const int result = ClampByWinChances(scaled, winMask);
+  if constexpr (Traced) {
+    trace->oppositeBishops = scaled - v;
+    trace->clamp = result - scaled;
   }
-  if constexpr (Traced) trace->clamp = ClampByWinChances(v, winMask) - v;
-  return finish(ClampByWinChances(v, winMask), EvalExitFull);
+  return finish(result, bishopsAlone ? EvalExitBishops : EvalExitFull);
 }
 
 }  // namespace
@@ -546,6 +553,7 @@ int Evaluate(int side, int lower, int upper, int ply) {
   return EvaluateTerms<false>(side, lower, upper, ply, nullptr);
 }
 
+// Evaluate, recording every term in trace.
 int EvaluateTraced(int side, int lower, int upper, int ply, EvalTrace &trace) {
   trace = EvalTrace{};
   return EvaluateTerms<true>(side, lower, upper, ply, &trace);

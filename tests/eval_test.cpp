@@ -89,11 +89,6 @@ Snapshot Mirror(const Snapshot &p) {
   return m;
 }
 
-Snapshot FromFen(const char *fen) {
-  SetFen(fen);
-  return Capture();
-}
-
 // Calls visit at every position of the legal move tree to depth; returns
 // the number of positions.
 template <class Visit>
@@ -124,28 +119,6 @@ const char *const TreeRoots[] = {
     "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1",
     "r3k2r/Pppp1ppp/1b3nbN/nP6/BBP1P3/q4N2/Pp1P2PP/R2Q1RK1 w kq - 0 1",
     "rnbq1k1r/pp1Pbppp/2p5/8/2B5/8/PPP1NnPP/RNBQK2R w KQ - 1 8",
-};
-
-// Positions from real games, for use before and beside the move trees.
-const char *const GamePositions[] = {
-    "r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - 2 3",
-    "r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/2N1PN2/PP3PPP/R2QKB1R w KQ - 0 8",
-    "r2q1rk1/1b1nbppp/p2ppn2/1p6/3NP3/1BN1B3/PPP1QPPP/2KR3R w - - 4 11",
-    "2rr2k1/pp2qppp/2n1pn2/8/2BP4/P1Q2N2/1P3PPP/2R1R1K1 b - - 3 18",
-    "r4rk1/1bq1bppp/p2ppn2/1p6/3BPP2/P1N2B2/1PP3PP/R2Q1R1K w - - 1 15",
-    "8/5pk1/6p1/3B3p/1p1b3P/6P1/5PK1/8 w - - 0 40",
-    "8/8/4k3/8/2KP4/8/8/8 w - - 0 60",
-    "6k1/5ppp/8/8/8/8/r4PPP/1R4K1 b - - 0 30",
-    "r1b2rk1/2q1bppp/p2p1n2/np2p3/3PP3/5N1P/PPBN1PP1/R1BQR1K1 b - - 0 12",
-    "2kr3r/ppp2ppp/2n1b3/2b1p3/4P3/2N1BN2/PPP2PPP/2KR1B1R w - - 6 11",
-    "rnbqk2r/ppp1bppp/4pn2/3p2B1/2PP4/2N5/PP2PPPP/R2QKBNR w KQkq - 2 5",
-    "8/8/1p2k1p1/p1p2p1p/P1P2P1P/1P2K1P1/8/8 w - - 0 45",
-    "4r1k1/p4ppp/1p6/2pQ4/2P5/1P4P1/P4P1P/6K1 w - - 0 32",
-    "3q1rk1/5ppp/p7/1p1Np3/4P3/1Q6/PP3PPP/5RK1 w - - 0 24",
-    "r5k1/5ppp/8/8/8/8/5PPP/1R4K1 w - - 0 30",
-    "8/p7/1p6/2k5/8/1K6/P7/8 w - - 0 50",
-    "1k6/8/8/8/8/8/P7/K7 w - - 0 1",
-    "8/8/8/8/8/5k2/6p1/6K1 b - - 0 70",
 };
 
 // 1 when a side with only rook pawns and at most one minor piece meets the
@@ -230,15 +203,6 @@ void ExpectColourSymmetry(const Snapshot &p) {
         return;
       }
     }
-  }
-}
-
-TEST(ColourSymmetry, GamePositions) {
-  Prepare();
-  DrawScore = 0;
-  for (const char *fen : GamePositions) {
-    SCOPED_TRACE(fen);
-    ExpectColourSymmetry(FromFen(fen));
   }
 }
 

@@ -42,16 +42,16 @@ constexpr BenchPosition BenchPositions[] = {
     {"r1b1kb1r/pp1n1ppp/2q1p3/1N1pP3/3P4/5N2/PP3PPP/R2QKB1R w KQkq - 1 11"},
     {"2r3k1/1p3ppp/p1n1b3/3pP3/1P1N4/P3B3/5PPP/2R3K1 w - - 0 25"},
     {"r1bqk2r/ppp2ppp/2n5/3np3/1bB5/2N2N2/PPPP1PPP/R1BQK2R w KQkq - 0 6"},
-    {"6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - 0 1"},
-    {"r2qkb1r/pp2nppp/3p4/2pNN1B1/2BnP3/3P4/PPP2PPP/R2bK2R w KQkq - 1 10"},
-    {"1k1r4/pp1b1R2/3q2pp/4p3/2B5/4Q3/PPP2B2/2K5 b - - 0 1"},
+    {"r1b1k2r/ppppnppp/2n2q2/2b5/3NP3/2P1B3/PP3PPP/RN1QKB1R w KQkq - 0 1"},
+    {"3q1rk1/p4pp1/2pb3p/3p4/6Pr/1PNQ4/P1PB1PP1/4RRK1 b - - 0 1"},
+    {"5rk1/1ppb3p/p1pb4/6q1/3P1p1r/2P1R2P/PP1BQ1P1/5RKN w - - 0 1"},
     {"3r1k2/4npp1/1ppr3p/p6P/P2PPPP1/1NR5/5K2/2R5 w - - 0 1"},
     // Endgames.
     {"8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1"},
     {"8/8/4k3/8/2p5/8/B2P2K1/8 w - - 0 1"},
-    {"8/pp2r1k1/2p1p3/3pP2p/P2P1P2/1P3K2/6R1/8 w - - 0 30"},
+    {"8/pp2r1k1/2p1p3/3pP2p/P2P1P2/1P4K1/6R1/8 w - - 0 30"},
     {"8/5pk1/6p1/8/8/6P1/5PK1/3R4 w - - 0 1"},
-    {"6k1/6p1/8/6KQ/1r6/q2b4/8/8 w - - 0 32"},
+    {"8/3k4/8/2P5/5p2/2K5/8/8 w - - 0 1"},
     {"8/8/1p1r1k2/p1pPN1p1/P3KnP1/1P6/8/3R4 b - - 0 1"},
     {"8/3k4/8/8/3PK3/8/8/8 w - - 0 1"},
     {"4k3/8/8/8/8/8/8/4K2R w K - 0 1"},
@@ -59,4 +59,4 @@ constexpr BenchPosition BenchPositions[] = {
 };
 
 // Plies searched per position.
-constexpr int BenchDepth = 10;
+constexpr int BenchDepth = 9;

@@ -1,20 +1,12 @@
-// The benchmark set: openings, middlegames, endgames, tactical and quiet
-// positions, each searched to BenchDepth plies.
+// The benchmark set: openings, middlegames and endgames, quiet and tactical.
 //
-// Procedure, the same in varn-bench and in the host's "bench" command, so
-// that both print the same total node count for the same build: with the
-// default parameters and a 32 MB table (VarnInit with 32768 KB, no
-// parameter set), for each position in order:
-//   1. VarnClearHashtable();
-//   2. VarnSetPosition(fen);
-//   3. VarnSetDepth(BenchDepth);
-//   4. VarnAnalyse(0);
-// and add up NodeCount of each search (the last ReportNodes value of the
-// search equals it only when a report came late enough; varn-bench reads
-// NodeCount directly). The history counters carry over from one position
-// to the next (divided by 65536 at each search), so the set is always run
-// whole and in this order. The count is a signature of the search: any
-// change of search, ordering or evaluation behaviour changes it.
+// Procedure (the same through the exports and through the core, so both give
+// the same signature): VarnInit with a 32 MB table once; then for each
+// position in order: VarnClearHashtable, VarnSetPosition(fen),
+// VarnSetDepth(BenchDepth), VarnAnalyse(0). The signature is the sum, over the
+// positions, of the node count sent with the last line report of each
+// search. The same binary always gives the same signature; a change that
+// alters it changes what the search does.
 #pragma once
 
 struct BenchPosition {
@@ -22,41 +14,36 @@ struct BenchPosition {
 };
 
 constexpr BenchPosition BenchPositions[] = {
-    // Openings.
-    {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1"},
-    {"rnbqkb1r/pp1p1ppp/4pn2/2p5/2PP4/2N5/PP2PPPP/R1BQKBNR w KQkq - 0 4"},
-    {"r1bqkbnr/pppp1ppp/2n5/1B2p3/4P3/5N2/PPPP1PPP/RNBQK2R b KQkq - 3 3"},
-    {"rnbqkb1r/ppp2ppp/4pn2/3p4/2PP4/2N5/PP2PPPP/R1BQKBNR w KQkq - 2 4"},
-    {"rnbqk2r/ppp1ppbp/3p1np1/8/2PPP3/2N5/PP3PPP/R1BQKBNR w KQkq - 1 5"},
-    {"r1bqk2r/pppp1ppp/2n2n2/2b1p3/2B1P3/3P1N2/PPP2PPP/RNBQK2R w KQkq - 4 5"},
-    // Middlegames.
-    {"r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq - 0 1"},
-    {"r1bq1rk1/pp2bppp/2n2n2/2pp4/3P4/2PBPN2/P1Q2PPP/R1B2RK1 w - - 0 10"},
-    {"r2q1rk1/pp1bbppp/2nppn2/8/3NP3/2N1B3/PPPQBPPP/R4RK1 w - - 6 10"},
-    {"2rq1rk1/pp1bppbp/3p1np1/4n3/3NP2P/1BN1BP2/PPPQ2P1/2KR3R w - - 1 13"},
-    {"r1b2rk1/2q1bppp/p2ppn2/1p6/3BPP2/2NB4/PPPQ2PP/R4R1K w - - 2 14"},
-    {"r4rk1/1pp1qppp/p1np1n2/2b1p1B1/2B1P1b1/P1NP1N2/1PP1QPPP/R4RK1 w - - 0 10"},
-    {"rnbq1rk1/pp3pbp/3p1np1/2pP4/4P3/2N2N2/PP2BPPP/R1BQK2R w KQ - 2 9"},
-    {"r1bqr1k1/ppp2ppp/2np1n2/2b1p3/2B1P3/2PP1N2/PP1N1PPP/R1BQR1K1 w - - 5 8"},
-    // Tactical positions.
-    {"r1b1kb1r/pp1n1ppp/2q1p3/1N1pP3/3P4/5N2/PP3PPP/R2QKB1R w KQkq - 1 11"},
-    {"2r3k1/1p3ppp/p1n1b3/3pP3/1P1N4/P3B3/5PPP/2R3K1 w - - 0 25"},
-    {"r1bqk2r/ppp2ppp/2n5/3np3/1bB5/2N2N2/PPPP1PPP/R1BQK2R w KQkq - 0 6"},
-    {"r1b1k2r/ppppnppp/2n2q2/2b5/3NP3/2P1B3/PP3PPP/RN1QKB1R w KQkq - 0 1"},
-    {"3q1rk1/p4pp1/2pb3p/3p4/6Pr/1PNQ4/P1PB1PP1/4RRK1 b - - 0 1"},
-    {"5rk1/1ppb3p/p1pb4/6q1/3P1p1r/2P1R2P/PP1BQ1P1/5RKN w - - 0 1"},
-    {"3r1k2/4npp1/1ppr3p/p6P/P2PPPP1/1NR5/5K2/2R5 w - - 0 1"},
-    // Endgames.
-    {"8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - - 0 1"},
-    {"8/8/4k3/8/2p5/8/B2P2K1/8 w - - 0 1"},
-    {"8/pp2r1k1/2p1p3/3pP2p/P2P1P2/1P4K1/6R1/8 w - - 0 30"},
-    {"8/5pk1/6p1/8/8/6P1/5PK1/3R4 w - - 0 1"},
-    {"8/3k4/8/2P5/5p2/2K5/8/8 w - - 0 1"},
-    {"8/8/1p1r1k2/p1pPN1p1/P3KnP1/1P6/8/3R4 b - - 0 1"},
-    {"8/3k4/8/8/3PK3/8/8/8 w - - 0 1"},
-    {"4k3/8/8/8/8/8/8/4K2R w K - 0 1"},
-    {"8/k7/3p4/p2P1p2/P2P1P2/8/8/K7 w - - 0 1"},
+    {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -"},
+    {"rnbqkbnr/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQKBNR w KQkq -"},
+    {"r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq -"},
+    {"r1bqkb1r/pppp1ppp/2n2n2/4p3/2B1P3/5N2/PPPP1PPP/RNBQK2R w KQkq -"},
+    {"rnbqkb1r/pp2pppp/3p1n2/8/3NP3/8/PPP2PPP/RNBQKB1R w KQkq -"},
+    {"rnbqk2r/ppp1bppp/4pn2/3p4/2PP4/2N2N2/PP2PPPP/R1BQKB1R w KQkq -"},
+    {"r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/2N2N2/PP2BPPP/R2QKB1R w KQ -"},
+    {"r2q1rk1/pp1bbppp/2n1pn2/3p4/3P4/2NBPN2/PP3PPP/R1BQ1RK1 w - -"},
+    {"r1bqr1k1/pp1nbppp/2p2n2/3p2B1/3P4/2NBP3/PPQ1NPPP/R3K2R w KQ -"},
+    {"r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -"},
+    {"r4rk1/1pp1qppp/p1np1n2/2b1p1B1/2B1P3/P1NP1N2/1PP1QPPP/R4RK1 w - -"},
+    {"2rq1rk1/pb2bppp/1p2pn2/2pp4/2PP4/1P2PN2/PB1NBPPP/2RQ1RK1 w - -"},
+    {"r1b2rk1/2q1bppp/p2ppn2/1p6/3NP3/1BN1B3/PPP2PPP/R2Q1RK1 w - -"},
+    {"2r2rk1/1bqnbppp/p2ppn2/1p6/3NP3/P1N1BP2/1PPQB1PP/2KR3R w - -"},
+    {"r2qr1k1/1p1b1pp1/p1np1n1p/2p1p3/2P1P3/2NPBN1P/PP1Q1PP1/R3R1K1 w - -"},
+    {"3r1rk1/pp3pp1/2n1b2p/q1bpP3/8/P1NB1N2/1PQ2PPP/3RR1K1 w - -"},
+    {"r1b1k2r/ppppnppp/2n2q2/2b5/3NP3/2P1B3/PP3PPP/RN1QKB1R w KQkq -"},
+    {"r3r1k1/ppq2pp1/2p1bn1p/8/2BP4/2N1Q3/PP3PPP/3RR1K1 w - -"},
+    {"6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - -"},
+    {"8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -"},
+    {"r3k2r/Pppp1ppp/1b3nbN/nP6/BBP1P3/q4N2/Pp1P2PP/R2Q1RK1 w kq -"},
+    {"rnbq1k1r/pp1Pbppp/2p5/8/2B5/8/PPP1NnPP/RNBQK2R w KQ -"},
+    {"2r3k1/pp3ppp/8/3q4/8/1P3Q2/P4PPP/2R3K1 w - -"},
+    {"8/8/4k3/3p4/3P4/4K3/8/8 w - -"},
+    {"8/5pk1/6p1/8/5P2/6P1/6K1/8 w - -"},
+    {"8/8/1p6/1P1k4/8/3K4/8/8 w - -"},
+    {"4k3/8/8/8/8/8/4P3/4K3 w - -"},
+    {"8/8/8/4k3/8/8/2B1N3/4K3 w - -"},
+    {"6k1/6p1/8/8/8/8/4R3/6K1 w - -"},
+    {"1r4k1/5ppp/8/8/8/8/5PPP/1R4K1 b - -"},
 };
 
-// Plies searched per position.
-constexpr int BenchDepth = 9;
+constexpr int BenchDepth = 10;

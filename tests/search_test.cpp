@@ -21,7 +21,10 @@
 #include "undo.h"
 #include "varn504.h"
 
-// Counts the heap allocations made while Counting is set.
+// Counts the heap allocations made while Counting is set. The replacements
+// pair malloc with free, which the compiler cannot see through new and delete
+// expressions once they are inlined.
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
 namespace {
 std::atomic<bool> Counting{false};
 std::atomic<int> Allocations{0};

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <new>
 #include <string>
+#include <thread>
 
 #include "attacks.h"
 #include "hash.h"
@@ -17,6 +18,7 @@
 #include "phase.h"
 #include "root.h"
 #include "score.h"
+#include "timer.h"
 #include "search.h"
 #include "undo.h"
 #include "varn504.h"
@@ -179,6 +181,36 @@ TEST_F(Node, SearchAllocatesNothing) {
   VarnAnalyse(0);
   Counting = false;
   EXPECT_EQ(Allocations, 0);
+}
+
+std::atomic<int64_t> FakeNowMs{0};
+int64_t FakeClockMs() { return FakeNowMs; }
+
+// Pondering ignores the clock however far it runs; the ponder hit restarts
+// it, and a budget already spent then ends the search.
+TEST_F(Node, PonderHitHandsTheSearchToTheClock) {
+  ReadClockMs = FakeClockMs;
+  FakeNowMs = 0;
+  std::string fen = "r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq -";
+  VarnSetPosition(fen.data());
+  VarnSetTime(1, 10);
+  std::atomic<bool> done{false};
+  std::thread searcher([&] {
+    EXPECT_EQ(VarnAnalyse(1), 0);
+    done = true;
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));  // the search starts its clock at 0
+  FakeNowMs = 1000000;
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  EXPECT_FALSE(done);
+  VarnPonderingOff();
+  EXPECT_EQ(PonderedMs, 1000000);
+  FakeNowMs += 20000;
+  for (int i = 0; i < 1000 && !done; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  EXPECT_TRUE(done);
+  if (!done) VarnStopAnalyse();
+  searcher.join();
+  ReadClockMs = SystemClockMs;
 }
 
 // The node counts of a fresh engine at small depths. They are a signature

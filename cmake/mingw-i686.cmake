@@ -13,3 +13,7 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+
+# SSE2 arithmetic instead of the x87 unit: any floating-point step then rounds
+# exactly as on 64-bit builds, so results cannot drift between the platforms.
+set(CMAKE_CXX_FLAGS_INIT "-msse2 -mfpmath=sse")

@@ -1,9 +1,93 @@
-// Placeholder until this area is built.
+// The transposition table: two arrays by side to move of six-entry buckets,
+// a probe that claims the slot for the later store, and a depth-first store.
 #include "hash.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "interface.h"
+
 HashEntry *TranspositionTable[2];
 uint64_t HashBucketCount;
-int AllocateHash() { return 1; }
-void ClearHash() {}
-void FreeHash() {}
-HashEntry *ProbeHash(int, int, int) { return nullptr; }
-void StoreHash(HashEntry *, Move, int, int, int, int) {}
+void *(*HashAllocator)(size_t count, size_t size) = std::calloc;
+
+namespace {
+
+constexpr uint64_t PriorityMask = (uint64_t(1) << 23) - 1;
+
+// Age and depth together: the smaller, the sooner the entry is replaced.
+uint64_t ReplacementPriority(const HashEntry *e) { return e->data & PriorityMask; }
+
+// Both arrays for megabytes, or neither.
+bool TryAllocate(int megabytes) {
+  size_t entries = size_t(megabytes) * HashBucketsPerMb * HashBucketSize;
+  for (HashEntry *&table : TranspositionTable) table = static_cast<HashEntry *>(HashAllocator(entries, sizeof(HashEntry)));
+  if (TranspositionTable[0] && TranspositionTable[1]) {
+    HashBucketCount = uint64_t(megabytes) * HashBucketsPerMb;
+    return true;
+  }
+  FreeHash();
+  return false;
+}
+
+}  // namespace
+
+// Tries the requested size, then halves it until the heap grants both arrays.
+int AllocateHash() {
+  FreeHash();
+  for (int megabytes = HashSizeMb; megabytes >= 1; megabytes /= 2) {
+    // The allocator hands out zeroed memory, so the arrays start cleared.
+    if (TryAllocate(megabytes)) {
+      HashSizeMb = megabytes;
+      return 1;
+    }
+  }
+  HashSizeMb = 0;
+  return 0;
+}
+
+// Empties every entry of both arrays.
+void ClearHash() {
+  if (!HashBucketCount) return;
+  size_t bytes = size_t(HashBucketCount) * HashBucketSize * sizeof(HashEntry);
+  for (HashEntry *table : TranspositionTable) std::memset(table, 0, bytes);
+}
+
+// Releases both arrays; harmless when there are none.
+void FreeHash() {
+  for (HashEntry *&table : TranspositionTable) {
+    std::free(table);
+    table = nullptr;
+  }
+  HashBucketCount = 0;
+}
+
+// The entry of the position at ply, or a slot claimed for it, or none.
+HashEntry *ProbeHash(int side, int depth, int ply) {
+  if (!HashBucketCount) return nullptr;
+  uint64_t key = Ply[ply].pawnKey ^ Ply[ply].pieceKey;
+  HashEntry *bucket = TranspositionTable[side ? White : Black] + key % HashBucketCount * HashBucketSize;
+  HashEntry *candidate = bucket;
+  for (HashEntry *e = bucket; e < bucket + HashBucketSize; ++e) {
+    if (e->key == key) return e;
+    if (ReplacementPriority(e) < ReplacementPriority(candidate)) candidate = e;
+  }
+  // A deeper result of the current game move stays.
+  if (HashAge(candidate) == GameMoveCount && HashDepth(candidate) > depth) return nullptr;
+  candidate->key = key;
+  candidate->data = 0;
+  return candidate;
+}
+
+// Fills a probed slot unless it holds a deeper result.
+void StoreHash(HashEntry *entry, Move move, int depth, int ply, int score, int flags) {
+  if (!entry) return;
+  if (score >= 29001) score += ply;
+  if (score < -29000) score -= ply;
+  if (HashDepth(entry) > depth) return;
+  // Out-of-range values are cut to their field so no field spills into the next.
+  uint64_t packedDepth = uint64_t(depth < 0 ? 0 : depth > 0xFFF ? 0xFFF : depth);
+  uint64_t packedScore = uint64_t(score < -30000 ? 0 : score > 35535 ? 0xFFFF : score + 30000);
+  entry->data = packedDepth | uint64_t(GameMoveCount & 0x7FF) << 12 | uint64_t(flags & 0xF) << 23 |
+                packedScore << 27 | uint64_t(move & 0x1FFFFF) << 43;
+}

@@ -1,6 +1,7 @@
 // The transposition table: one array per side to move, six-entry buckets.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "board.h"
@@ -13,9 +14,14 @@ static_assert(sizeof(HashEntry) == 16);
 
 enum : int { HashBoundUpper = 1, HashBoundLower = 2, HashBoundExact = 4, HashThreat = 8 };
 constexpr int HashBucketSize = 6;
+constexpr int HashBucketsPerMb = 5461;
 
 extern HashEntry *TranspositionTable[2];  // [side to move]
-extern uint64_t HashBucketCount;
+extern uint64_t HashBucketCount;          // 0 when no table is in use
+
+// Allocator of both arrays (zeroed memory); tests replace it to simulate a
+// refusing heap.
+extern void *(*HashAllocator)(size_t count, size_t size);
 
 // Fields of the packed data word.
 inline int HashDepth(const HashEntry *e) { return int(e->data & 0xFFF); }
@@ -24,7 +30,18 @@ inline int HashFlags(const HashEntry *e) { return int(e->data >> 23 & 0xF); }
 inline int HashStoredScore(const HashEntry *e) { return int(e->data >> 27 & 0xFFFF) - 30000; }
 inline Move HashMove(const HashEntry *e) { return Move(e->data >> 43 & 0x1FFFFF); }
 
-// Allocates and clears both arrays for HashSizeMb; returns 1 on success.
+// The stored score seen from a node at ply: mate scores were stored relative
+// to the storing node.
+inline int HashScore(const HashEntry *e, int ply) {
+  int score = HashStoredScore(e);
+  if (score > 29000) return score - ply;
+  if (score < -29000) return score + ply;
+  return score;
+}
+
+// Frees any earlier arrays and allocates both for HashSizeMb megabytes. When
+// the heap refuses, the size is halved down to 1 MB; when even that fails the
+// engine runs without a table (HashSizeMb 0). Returns 1 when a table exists.
 int AllocateHash();
 void ClearHash();
 void FreeHash();

@@ -6,6 +6,10 @@
 #include <cstdint>
 
 #include "board.h"
+// The engine's own files and tests call the exports directly.
+#ifndef VARN_BUILDING_LIBRARY
+#define VARN_BUILDING_LIBRARY
+#endif
 #include "varn504.h"
 
 // The engine's copy of the host's callbacks (a null slot is never called).
@@ -42,12 +46,16 @@ extern int32_t OffensiveScale;
 extern int32_t SafetyScale;
 extern int32_t BlitzPlayingSpeed;
 
+// Decimal text as the C library's atoi reads it (blanks, sign, digits), but
+// saturating at the int32 range instead of overflowing; null gives 0.
+int32_t ParseDecimal(const char *text);
 // Sets the thirteen defaults (and HashSizeMb 32).
 void SetParameterDefaults();
 // Sets one parameter by exact name from decimal text, clamped to its range.
 void SetParameter(const char *name, const char *value);
 
-// Game record reader.
+// Game record reader: the legal move a token names (0 for none), playing a
+// game move (0 when the record is full), and a whole text of moves.
 Move ParseMoveText(int side, const char *token);
 int PlayGameMove(int side, Move move);
 void PlayGameText(const char *text);

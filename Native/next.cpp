@@ -1,10 +1,186 @@
-// Placeholder until this area is built.
+// Move ordering: staged selectors that generate lazily, and the history counters.
 #include "next.h"
+
+#include <cstring>
+
+#include "attacks.h"
+#include "captures.h"
+#include "evasions.h"
+#include "moves.h"
+
 uint32_t History[2][4096];
-void ClearHistory() {}
-template <int Us> Move NextMove(int) { return 0; }
-template <int Us> Move NextEvasion(int) { return 0; }
-template <int Us> int IsPseudoLegal(Move, int) { return 0; }
+
+void ClearHistory() { std::memset(History, 0, sizeof History); }
+
+namespace {
+
+// Gain of a capture by a cheaper piece, else its exchange value.
+template <int Us>
+int CaptureScore(Move move) {
+  const int attacker = PieceValue[MovePiece(move)], victim = PieceValue[MoveCaptured(move)];
+  return attacker < victim ? victim - attacker : StaticExchange(Us, MoveFrom(move), MoveTo(move));
+}
+
+// Index of the highest-scored live entry above floor (earliest on ties), or 0.
+int BestScored(int begin, int end, int floor) {
+  int best = 0, bestScore = floor;
+  for (int i = begin; i < end; ++i) {
+    if (MoveStack[i] && MoveScores[i] > bestScore) {
+      best = i;
+      bestScore = MoveScores[i];
+    }
+  }
+  return best;
+}
+
+// Index of the live entry with the highest history value (earliest on ties), or 0.
+int BestByHistory(const uint32_t *history, int begin, int end) {
+  int best = 0;
+  uint32_t bestValue = 0;
+  for (int i = begin; i < end; ++i) {
+    const Move move = MoveStack[i];
+    if (move && (!best || history[move & 4095] > bestValue)) {
+      best = i;
+      bestValue = history[move & 4095];
+    }
+  }
+  return best;
+}
+
+// Returns the entry at index and removes it from the list.
+Move Take(int index) {
+  const Move move = MoveStack[index];
+  MoveStack[index] = 0;
+  return move;
+}
+
+}  // namespace
+
+template <int Us>
+Move NextMove(int ply) {
+  PlyRecord &record = Ply[ply];
+  const int begin = Ply[ply - 1].listEnd;
+  switch (record.phase) {
+    case 0:
+      record.phase = 1;
+      if (record.hashMove && IsPseudoLegal<Us>(record.hashMove, ply)) {
+        record.listEnd = begin;
+        return record.hashMove;
+      }
+      [[fallthrough]];
+    case 1:
+      record.phase = 2;
+      GenerateCaptures<Us>(ply);
+      for (int i = begin; i < record.listEnd; ++i) {
+        if (record.hashMove && MoveStack[i] == record.hashMove) {
+          MoveStack[i] = 0;
+          record.hashMove = 0;
+        } else {
+          MoveScores[i] = CaptureScore<Us>(MoveStack[i]);
+        }
+      }
+      [[fallthrough]];
+    case 2:
+      if (int best = BestScored(begin, record.listEnd, -1)) return Take(best);
+      record.phase = 3;
+      [[fallthrough]];
+    case 3:
+      record.phase = 4;
+      if (record.killer1 != record.hashMove && IsPseudoLegal<Us>(record.killer1, ply)) return record.killer1;
+      [[fallthrough]];
+    case 4:
+      record.phase = 5;
+      if (record.killer2 != record.hashMove && IsPseudoLegal<Us>(record.killer2, ply)) return record.killer2;
+      [[fallthrough]];
+    case 5:
+      record.phase = 6;
+      record.historyPicks = 0;
+      GenerateNonCaptures<Us>(ply, record.listEnd);
+      [[fallthrough]];
+    case 6:
+      if (record.historyPicks < 4) {
+        if (record.historyPicks == 0) {
+          for (int i = begin; i < record.listEnd; ++i) {
+            const Move move = MoveStack[i];
+            if ((record.hashMove && move == record.hashMove) || move == record.killer1 || move == record.killer2)
+              MoveStack[i] = 0;
+          }
+        }
+        record.historyPicks++;
+        if (int best = BestByHistory(History[Us], begin, record.listEnd)) return Take(best);
+      }
+      record.phase = 7;
+      [[fallthrough]];
+    case 7:
+      for (int i = record.listEnd - 1; i >= begin; --i) {
+        if (MoveStack[i]) {
+          record.listEnd = i;
+          return MoveStack[i];
+        }
+      }
+      return 0;
+    default:
+      return 0;
+  }
+}
+
+template <int Us>
+Move NextEvasion(int ply) {
+  PlyRecord &record = Ply[ply];
+  const int begin = Ply[ply - 1].listEnd;
+  if (record.phase == 0) {
+    record.phase = 8;
+    GenerateEvasions<Us>(ply);
+    for (int i = begin; i < record.listEnd; ++i) {
+      const Move move = MoveStack[i];
+      MoveScores[i] = record.hashMove && move == record.hashMove ? 30000 : CaptureScore<Us>(move);
+    }
+  }
+  if (record.phase != 8) return 0;
+  const int best = BestScored(begin, record.listEnd, -30000);
+  return best ? Take(best) : 0;
+}
+
+template <int Us>
+int IsPseudoLegal(Move move, int ply) {
+  constexpr int Them = 1 - Us;
+  constexpr int Sign = Us == White ? 1 : -1;
+  constexpr int Forward = Us == White ? 8 : -8;
+  constexpr int Home = Us == White ? E1 : E8;
+  const int from = MoveFrom(move), to = MoveTo(move), piece = MovePiece(move), captured = MoveCaptured(move);
+  if (piece == 0 || Board[from] != Sign * piece) return 0;
+  const bool destination = captured ? Board[to] == -Sign * captured : Board[to] == Empty;
+  switch (piece) {
+    case Pawn:
+      if (captured && Board[to] != Empty) return Board[to] == -Sign * captured;
+      if (captured) {
+        const int ep = Ply[ply - 1].epSquare;
+        return captured == Pawn && ep && to == ep && Board[to - Forward] == -Sign * Pawn;
+      }
+      if (Board[to] != Empty) return 0;
+      return to == from + Forward || (to == from + 2 * Forward && Board[from + Forward] == Empty);
+    case Knight:
+      return destination;
+    case Bishop:
+    case Rook:
+    case Queen:
+      return destination && !(Between[from][to] & Occupancy());
+    case King:
+      if (!destination) return 0;
+      if (Distance[from][to] != 2) return 1;
+      if (MoveCounter[Home]) return 0;
+      if (File(to) == 2)
+        return !MoveCounter[Home - 4] && !Board[Home - 1] && !Board[Home - 2] && !Board[Home - 3] &&
+               !AttackedBy<Them>(Home) && !AttackedBy<Them>(Home - 1) && !AttackedBy<Them>(Home - 2);
+      if (File(to) == 6)
+        return !MoveCounter[Home + 3] && !Board[Home + 1] && !Board[Home + 2] && !AttackedBy<Them>(Home) &&
+               !AttackedBy<Them>(Home + 1) && !AttackedBy<Them>(Home + 2);
+      return 0;
+    default:
+      return 0;
+  }
+}
+
 template Move NextMove<White>(int);
 template Move NextMove<Black>(int);
 template Move NextEvasion<White>(int);

@@ -1,7 +1,270 @@
-// Placeholder until this area is built.
+// The node search: fail-soft alpha-beta in sixtieths of a ply, with its own
+// quiescence branch, one template for both colours.
+#define VARN_BUILDING_LIBRARY
 #include "search.h"
+
+#include "attacks.h"
+#include "captures.h"
+#include "hash.h"
+#include "interface.h"
+#include "make.h"
+#include "next.h"
+#include "phase.h"
+#include "score.h"
+#include "timer.h"
+#include "undo.h"
+
 int32_t NodeCountdown;
-template <int Us> int NodeSearch(int, int, int, int, int) { return 0; }
+
+namespace {
+
+// Captures of equal value: a recapture of one of these earns the extension.
+constexpr bool EqualTrade[7][7] = {
+    {0, 0, 0, 0, 0, 0, 0}, {0, 1, 0, 0, 0, 0, 0}, {0, 0, 1, 1, 0, 0, 0}, {0, 0, 1, 1, 0, 0, 0},
+    {0, 0, 0, 0, 1, 0, 0}, {0, 0, 0, 0, 0, 1, 0}, {0, 0, 0, 0, 0, 0, 0}};
+
+// The static evaluation seen from colour Us, with the window turned to White's view.
+template <int Us>
+int StaticValue(int alpha, int beta, int ply) {
+  if constexpr (Us == White) return Evaluate(White, alpha, beta, ply);
+  else return -Evaluate(Black, -beta, -alpha, ply);
+}
+
+template <int Us>
+int MaterialValue() {
+  if constexpr (Us == White) return MaterialBalance(); else return -MaterialBalance();
+}
+
+// A quiet move that cut off or was best: history credit and killer slot.
+template <int Us>
+void RewardQuietMove(Move move, int depth, int ply) {
+  if (!move || MoveCaptured(move) || MovePromotion(move)) return;
+  History[Us][move & 4095] += uint32_t(depth * depth / 3600);
+  PlyRecord &record = Ply[ply];
+  if (move != record.killer1) {
+    record.killer2 = record.killer1;
+    record.killer1 = move;
+  }
+}
+
+// Captures only, best first, after standing pat on the static value v.
+template <int Us>
+int Quiescence(int ply, int alpha, int beta, int v) {
+  constexpr int Them = 1 - Us;
+  if (v > alpha) {
+    alpha = v;
+    if (alpha >= beta) return alpha;
+  } else if (alpha > MateThreshold) {
+    return alpha;
+  }
+  GenerateCaptures<Us>(ply);
+  const int begin = Ply[ply - 1].listEnd, end = Ply[ply].listEnd;
+  const int threshold = alpha - 120 - (SideOf<Us>().material - SideOf<Them>().material);
+  for (int i = begin; i < end; ++i) {
+    const Move move = MoveStack[i];
+    const int captured = MoveCaptured(move);
+    if (captured == King) return beta;
+    const int victim = PieceValue[captured];
+    const int gain = victim + (MovePromotion(move) ? PieceValue[MovePromotion(move)] - 100 : 0);
+    int score = -ScoreInfinite;
+    if (gain > threshold) {
+      const int attacker = PieceValue[MovePiece(move)];
+      if (attacker < victim || (attacker == victim && threshold <= 0)) {
+        score = victim;
+      } else {
+        const int exchange = StaticExchange(Us, MoveFrom(move), MoveTo(move));
+        score = exchange >= 0 ? exchange : -ScoreInfinite;
+      }
+    }
+    MoveScores[i] = score;
+  }
+  for (;;) {
+    int best = 0, bestScore = -ScoreInfinite;
+    for (int i = begin; i < end; ++i) {
+      if (MoveScores[i] > bestScore) {
+        best = i;
+        bestScore = MoveScores[i];
+      }
+    }
+    if (!best) return alpha;
+    MoveScores[best] = -ScoreInfinite;
+    const Move move = MoveStack[best];
+    MakeMove<Us>(move, ply);
+    const int s = -NodeSearch<Them>(0, ply + 1, -beta, -alpha, 0);
+    UndoMove<Us>(move, ply);
+    if (s > alpha) {
+      if (s >= beta) return s;
+      alpha = s;
+    }
+  }
+}
+
+}  // namespace
+
+void UpdatePrincipalVariation(Move move, int ply) {
+  Move *row = Ply[ply].pvRow;
+  const Move *next = Ply[ply + 1].pvRow;
+  row[ply] = move;
+  int i = ply + 1;
+  for (; i < MaxPly && next[i]; ++i) row[i] = next[i];
+  if (i < MaxPly) row[i] = 0;
+}
+
+template <int Us>
+int NodeSearch(int depth, int ply, int alpha, int beta, int nullAllowed) {
+  constexpr int Them = 1 - Us;
+  SideRecord &us = SideOf<Us>();
+  const SideRecord &them = SideOf<Them>();
+
+  ++NodeCount;
+  if (--NodeCountdown <= 0) {
+    NodeCountdown = 200000;
+    if (TimeCheck(depth, ply)) StopSearch = 1;
+    VarnNextBest();
+  }
+  if (alpha >= 29999 - ply) return alpha;
+  // The ply records and the move stack end here: stop short on the static value.
+  if (ply >= MaxPly - 2 || Ply[ply - 1].listEnd >= MoveStackSize) return StaticValue<Us>(alpha, beta, ply);
+
+  int v;
+  if (depth <= DepthUnit) {
+    v = StaticValue<Us>(alpha, beta, ply);
+    if (depth <= 0 || v <= alpha - 700) return Quiescence<Us>(ply, alpha, beta, v);
+  } else {
+    v = MaterialValue<Us>();
+  }
+
+  PlyRecord &record = Ply[ply];
+  const int inCheck = record.inCheck;
+  if (depth <= 2 * DepthUnit) {
+    if (depth <= DepthUnit && !inCheck && v >= beta + FutilityPruning) return v;
+    if (v < beta) nullAllowed = 0;
+  } else if (depth <= 3 * DepthUnit && v <= alpha - 800) {
+    depth -= DepthUnit;
+  }
+
+  if (Ply[ply - 1].move && IsRepetition(ply)) return DrawValue[Us];
+
+  record.hashMove = 0;
+  record.bestMove = 0;
+  int threat = 0, deepen = 1;
+  const int origAlpha = alpha;
+  HashEntry *entry = ProbeHash(Us, depth, ply);
+  if (entry && HashDepth(entry)) {
+    const int flags = HashFlags(entry);
+    if (HashDepth(entry) >= depth) {
+      int s = HashStoredScore(entry);
+      if (s > MateThreshold) s -= ply;
+      else if (s < -MateThreshold) s += ply;
+      if (flags & HashBoundExact) return s;
+      if (flags & HashBoundLower) {
+        if (s >= beta) return s;
+      } else if ((flags & HashBoundUpper) && s <= alpha) {
+        return s;
+      }
+    }
+    if (flags & HashThreat) threat = 1;
+    if (HashDepth(entry) >= depth - 2 * DepthUnit) deepen = 0;
+    record.hashMove = HashMove(entry);
+  }
+
+  if (!inCheck && !threat && nullAllowed && us.pieceUnits != 0 && (us.pieceUnits >= 6 || depth <= 7 * DepthUnit)) {
+    record.move = 0;
+    record.epSquare = 0;
+    record.listEnd = Ply[ply - 1].listEnd;
+    record.recaptured = 0;
+    Ply[ply + 1].inCheck = 0;
+    Ply[ply + 1].pawnKey = record.pawnKey;
+    Ply[ply + 1].pieceKey = record.pieceKey;
+    const int reduction = depth > 6 * DepthUnit && us.pieceUnits > 8 ? 4 * DepthUnit : 3 * DepthUnit;
+    const int s = -NodeSearch<Them>(depth - reduction, ply + 1, -beta, -beta + 1, 0);
+    if (s >= beta) return s;
+    if (s == ply - 29998) threat = 1;
+  }
+
+  if (depth > 2 * DepthUnit && deepen && Ply[ply - 1].move) {
+    int lower = alpha, upper = beta;
+    if (depth <= 3 * DepthUnit) {
+      if (!inCheck && v >= beta) upper = v + 100;
+      else if (v <= alpha - 700) lower = v - 100;
+    }
+    NodeSearch<Us>(depth - 2 * DepthUnit, ply, lower, upper, 0);
+    record.hashMove = record.bestMove;
+  }
+
+  const int threatFlag = threat ? HashThreat : 0;
+  record.phase = 0;
+  int best = -ScoreInfinite;
+  for (;;) {
+    const Move move = inCheck ? NextEvasion<Us>(ply) : NextMove<Us>(ply);
+    if (!move) break;
+    MakeMove<Us>(move, ply);
+    if (AttackedBy<Them>(us.kingSquare)) {
+      UndoMove<Us>(move, ply);
+      continue;
+    }
+    record.recaptured = 0;
+    int extension = 0;
+    Ply[ply + 1].inCheck = AttackedBy<Us>(them.kingSquare);
+    if (Ply[ply + 1].inCheck) extension = CheckExtensions;
+    const Move previous = Ply[ply - 1].move;
+    if (MoveTo(move) == MoveTo(previous) && !Ply[ply - 1].recaptured) {
+      if (MoveCaptured(previous) ? EqualTrade[MoveCaptured(move)][MoveCaptured(previous)]
+                                 : MovePromotion(previous) != 0) {
+        record.recaptured = 1;
+        extension += RecaptureExtensions;
+      }
+    }
+    if (MovePiece(move) == Pawn && (Rank(MoveTo(move)) == 1 || Rank(MoveTo(move)) == 6))
+      extension += PawnPushExtensions;
+    if (threat) extension += ThreatExtensions;
+    if (best == -ScoreInfinite && inCheck && record.listEnd - Ply[ply - 1].listEnd == 1)
+      extension += SingleMoveExtensions;
+    const int childDepth = depth - DepthUnit + (extension < DepthUnit ? extension : DepthUnit);
+
+    int s;
+    if (best == -ScoreInfinite || depth <= 4 * DepthUnit) {
+      Ply[ply + 1].pvRow[ply + 1] = 0;
+      s = -NodeSearch<Them>(childDepth, ply + 1, -beta, -alpha, 1);
+    } else {
+      s = -NodeSearch<Them>(childDepth, ply + 1, -alpha - 1, -alpha, 1);
+      if (s > alpha && s < beta && !StopSearch) {
+        Ply[ply + 1].pvRow[ply + 1] = 0;
+        s = -NodeSearch<Them>(childDepth, ply + 1, -beta, -alpha, 1);
+      }
+    }
+    UndoMove<Us>(move, ply);
+    // A stopped child's score means nothing: leave without storing.
+    if (StopSearch) return 0;
+
+    if (s > best) {
+      record.bestMove = move;
+      if (s > alpha) {
+        if (s >= beta) {
+          RewardQuietMove<Us>(move, depth, ply);
+          StoreHash(entry, move, depth, ply, s, HashBoundLower | threatFlag);
+          return s;
+        }
+        UpdatePrincipalVariation(move, ply);
+        alpha = s;
+      }
+      best = s;
+    }
+  }
+
+  if (best == -ScoreInfinite) {
+    const int s = inCheck ? ply - ScoreInfinite : DrawValue[Us];
+    StoreHash(entry, record.bestMove, depth, ply, s, HashBoundExact);
+    return s;
+  }
+  if (best > origAlpha) {
+    RewardQuietMove<Us>(record.bestMove, depth, ply);
+    StoreHash(entry, record.bestMove, depth, ply, best, HashBoundExact | threatFlag);
+  } else {
+    StoreHash(entry, record.bestMove, depth, ply, best, HashBoundUpper | threatFlag);
+  }
+  return best;
+}
+
 template int NodeSearch<White>(int, int, int, int, int);
 template int NodeSearch<Black>(int, int, int, int, int);
-void UpdatePrincipalVariation(Move, int) {}

@@ -1,6 +1,12 @@
 // Text helpers: the tokenizer, square names, move text and the reports.
 #include "utility.h"
 
+#include <cstring>
+
+#include "interface.h"
+#include "root.h"
+#include "timer.h"
+
 namespace {
 
 constexpr bool IsSeparator(char c) {
@@ -48,7 +54,55 @@ const char *SquareText(int square, char *buffer) {
   return buffer;
 }
 
-char *MoveText(Move, char *b) { return b; }
-char *LineText(char *b, int) { return b; }
-void ReportLine(int, int, int) {}
-void ReportCurrentRootMove(int) {}
+// Source and destination square and the promotion letter, if any.
+char *MoveText(Move move, char *buffer) {
+  char square[3];
+  std::memcpy(buffer, SquareText(MoveFrom(move), square), 2);
+  std::memcpy(buffer + 2, SquareText(MoveTo(move), square), 2);
+  const int promotion = MovePromotion(move);
+  buffer[4] = promotion ? (promotion <= King ? PieceLetters[promotion] : 'X') : '\0';
+  buffer[5] = '\0';
+  return buffer;
+}
+
+// Record 1's line from index 1 up to the first empty word.
+char *LineText(char *buffer, int kind) {
+  const Move *line = Ply[1].pvRow;
+  buffer[0] = '\0';
+  if (kind == ReportKindFailHigh || kind == ReportKindFailLow) {
+    MoveText(line[1], buffer);
+    const size_t length = std::strlen(buffer);
+    buffer[length] = kind == ReportKindFailHigh ? '!' : '?';
+    buffer[length + 1] = '\0';
+    return buffer;
+  }
+  size_t length = 0;
+  for (int i = 1; i < MaxPly && line[i]; ++i) {
+    if (length + MoveTextSize + 1 > size_t(LineTextSize)) break;
+    MoveText(line[i], buffer + length);
+    length += std::strlen(buffer + length);
+    buffer[length++] = ' ';
+    buffer[length] = '\0';
+  }
+  return buffer;
+}
+
+// Depth, nodes, then the line: a best line or a window failure.
+void ReportLine(int score, int depth, int kind) {
+  if (depth < 300) return;
+  char text[LineTextSize];
+  LineText(text, kind);
+  if (Callbacks.ReportDepth) Callbacks.ReportDepth(depth / 60, 0);
+  if (Callbacks.ReportNodes) Callbacks.ReportNodes(NodeCount, 0, 0);
+  if (Callbacks.ReportPrincipalVariation) Callbacks.ReportPrincipalVariation(text, score);
+}
+
+// Depth, nodes, then the root move with its number and the number of root moves.
+void ReportCurrentRootMove(int depth) {
+  if (ElapsedMs() <= 1000) return;
+  char text[MoveTextSize];
+  MoveText(RootMove, text);
+  if (Callbacks.ReportDepth) Callbacks.ReportDepth(depth / 60, 0);
+  if (Callbacks.ReportNodes) Callbacks.ReportNodes(NodeCount, 0, 0);
+  if (Callbacks.ReportCurrentMove) Callbacks.ReportCurrentMove(text, RootMoveIndex, Ply[1].listEnd - 1);
+}

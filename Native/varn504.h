@@ -46,23 +46,36 @@ typedef void (*VarnStopAnalyseFn)(void);
 #else
 #define VARN_EXPORT __attribute__((visibility("default")))
 #endif
+/* Searches the current position; 1 when the side to move has no legal move. */
 VARN_EXPORT int32_t VarnAnalyse(int32_t ponder);
+/* Empties the transposition table; the position stays. */
 VARN_EXPORT void VarnClearHashtable(void);
 VARN_EXPORT const char *VarnGetAuthor(void);
+/* Six option lines, then a null pointer; the same static table every call. */
 VARN_EXPORT const char *const *VarnGetParamList(void);
 VARN_EXPORT const char *VarnGetVersion(void);
+/* Builds everything (again: earlier tables are freed first); returns the
+   table size in kilobytes in use: 1024 to 1048576, less when the heap
+   refused the size asked for, 0 when the engine runs without a table. */
 VARN_EXPORT int32_t VarnInit(const VarnCallbacks *callbacks, int32_t unused, int32_t hashKb);
 VARN_EXPORT void VarnNextBest(void);
+/* From a second thread during a ponder search: the search becomes timed. */
 VARN_EXPORT void VarnPonderingOff(void);
+/* Frees both tables; harmless when repeated or before VarnInit. */
 VARN_EXPORT void VarnQuit(void);
+/* Seconds below 0 count as 0; above 2147483 as 2147483. */
 VARN_EXPORT void VarnSetBlitz(int32_t baseSeconds, int32_t incrementSeconds);
 VARN_EXPORT void VarnSetDepth(int32_t plies);
+/* Plays the coordinate moves of the text (null: none) on the position. */
 VARN_EXPORT void VarnSetGame(char *moves);
 VARN_EXPORT void VarnSetInfinite(void);
 VARN_EXPORT void VarnSetParam(const char *name, const char *value);
+/* Sets the position from FEN text (null: empty text). */
 VARN_EXPORT void VarnSetPosition(char *fen);
 VARN_EXPORT void VarnSetStartPosition(void);
+/* A move count below 1 counts as 1; seconds as in VarnSetBlitz. */
 VARN_EXPORT void VarnSetTime(int32_t moves, int32_t seconds);
+/* From a second thread: the running search returns promptly. */
 VARN_EXPORT void VarnStopAnalyse(void);
 #endif
 

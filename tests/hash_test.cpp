@@ -1,0 +1,201 @@
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "hash.h"
+#include "interface.h"
+#include "support/position.h"
+
+namespace {
+
+constexpr uint64_t Buckets = HashBucketsPerMb;  // one megabyte
+
+// A table of one megabyte, empty, at game move 0.
+class HashTable : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    EnsureEngineTables();
+    HashAllocator = std::calloc;
+    HashSizeMb = 1;
+    ASSERT_EQ(AllocateHash(), 1);
+    GameMoveCount = 0;
+  }
+  void TearDown() override {
+    FreeHash();
+    GameMoveCount = 0;
+  }
+  // Puts key into ply's record as the position's two key halves.
+  static void SetKey(int ply, uint64_t key) {
+    Ply[ply].pawnKey = key & 0xFFFF0000FFFF0000ull;
+    Ply[ply].pieceKey = key & 0x0000FFFF0000FFFFull;
+  }
+  static HashEntry *Probe(uint64_t key, int depth, int side = White, int ply = 2) {
+    SetKey(ply, key);
+    return ProbeHash(side, depth, ply);
+  }
+  static HashEntry *Bucket(uint64_t key, int side = White) {
+    return TranspositionTable[side] + key % Buckets * HashBucketSize;
+  }
+};
+
+TEST_F(HashTable, SizesFollowTheMegabytes) {
+  EXPECT_EQ(HashBucketCount, 5461u);
+  HashSizeMb = 32;
+  ASSERT_EQ(AllocateHash(), 1);
+  EXPECT_EQ(HashBucketCount, 174752u);
+  EXPECT_EQ(HashBucketCount * HashBucketSize * sizeof(HashEntry), 16776192u);
+}
+
+TEST_F(HashTable, EmptyTableClaimsFirstSlotAndStorePacksTheWord) {
+  const uint64_t key = 7 * Buckets + 3;
+  HashEntry *entry = Probe(key, 60);
+  ASSERT_EQ(entry, Bucket(key));
+  EXPECT_EQ(entry->key, key);
+  EXPECT_EQ(HashDepth(entry), 0);
+
+  GameMoveCount = 37;
+  const Move move = MoveWord(E7, F8, Pawn, Rook, Queen);
+  StoreHash(entry, move, 125, 2, -123, HashBoundLower | HashThreat);
+  const uint64_t expected = 125 + (37ull << 12) + (10ull << 23) + (uint64_t(30000 - 123) << 27) + (uint64_t(move) << 43);
+  EXPECT_EQ(entry->data, expected);
+  EXPECT_EQ(HashDepth(entry), 125);
+  EXPECT_EQ(HashAge(entry), 37);
+  EXPECT_EQ(HashFlags(entry), HashBoundLower | HashThreat);
+  EXPECT_EQ(HashScore(entry, 9), -123);
+  EXPECT_EQ(HashMove(entry), move);
+  EXPECT_EQ(Probe(key, 600), entry) << "a stored position is found whatever the depth";
+}
+
+TEST_F(HashTable, StoreKeepsDeeperResultsAndReplacesEqualDepth) {
+  const uint64_t key = 11;
+  HashEntry *entry = Probe(key, 0);
+  StoreHash(entry, MoveWord(E2, E4, Pawn), 180, 2, 40, HashBoundUpper);
+  const uint64_t deep = entry->data;
+  StoreHash(entry, MoveWord(D2, D4, Pawn), 120, 2, 90, HashBoundExact);
+  EXPECT_EQ(entry->data, deep);
+  StoreHash(entry, MoveWord(D2, D4, Pawn), 180, 2, 90, HashBoundExact);
+  EXPECT_EQ(HashScore(entry, 2), 90);
+  EXPECT_EQ(HashFlags(entry), HashBoundExact);
+  StoreHash(nullptr, 0, 60, 2, 0, HashBoundExact);  // no slot: nothing happens
+}
+
+TEST_F(HashTable, MateScoresAreStoredRelativeToTheNode) {
+  HashEntry *entry = Probe(5, 0);
+  StoreHash(entry, 0, 60, 5, 9 - 30000, HashBoundExact);  // mated at ply 9, stored at ply 5
+  EXPECT_EQ(HashStoredScore(entry), -29996);
+  EXPECT_EQ(HashScore(entry, 7), 11 - 30000);
+  StoreHash(entry, 0, 60, 5, 30000 - 9, HashBoundExact);  // mating at ply 9
+  EXPECT_EQ(HashStoredScore(entry), 29996);
+  EXPECT_EQ(HashScore(entry, 3), 30000 - 7);
+  // Only scores beyond 29000 are mate scores.
+  StoreHash(entry, 0, 60, 5, 29000, HashBoundExact);
+  EXPECT_EQ(HashScore(entry, 8), 29000);
+  StoreHash(entry, 0, 60, 5, 29001, HashBoundExact);
+  EXPECT_EQ(HashStoredScore(entry), 29006);
+  StoreHash(entry, 0, 60, 5, -29000, HashBoundExact);
+  EXPECT_EQ(HashScore(entry, 8), -29000);
+  StoreHash(entry, 0, 60, 5, -29001, HashBoundExact);
+  EXPECT_EQ(HashStoredScore(entry), -29006);
+}
+
+TEST_F(HashTable, ValuesOutsideTheirFieldsDoNotSpill) {
+  HashEntry *entry = Probe(6, 0);
+  const Move move = MoveWord(63, 63, 7, 7, 7);
+  StoreHash(entry, move, 5000, 119, -30000, 0xFF);
+  EXPECT_EQ(HashDepth(entry), 4095);
+  EXPECT_EQ(HashFlags(entry), 15);
+  EXPECT_EQ(HashStoredScore(entry), -30000);
+  EXPECT_EQ(HashMove(entry), move);
+  StoreHash(entry, 1, 5000, 119, 30000, 0);
+  EXPECT_EQ(HashStoredScore(entry), 30119);
+  EXPECT_EQ(HashMove(entry), 1u);
+}
+
+TEST_F(HashTable, SidesToMoveNeverShareAnEntry) {
+  HashEntry *white = Probe(99, 0, White);
+  HashEntry *black = Probe(99, 0, Black);
+  EXPECT_NE(white, black);
+  StoreHash(white, 0, 60, 2, 1, HashBoundExact);
+  EXPECT_EQ(HashDepth(Probe(99, 0, Black)), 0);
+}
+
+TEST_F(HashTable, ClaimedSlotWithoutStoreIsFoundAgain) {
+  HashEntry *entry = Probe(42, 240);
+  EXPECT_EQ(Probe(42, 60), entry);
+  EXPECT_EQ(HashDepth(entry), 0);
+}
+
+TEST_F(HashTable, ReplacementTakesLowestPriorityEarliestFirst) {
+  const uint64_t base = 17;
+  const int depths[HashBucketSize] = {300, 240, 180, 240, 180, 300};
+  GameMoveCount = 5;
+  for (int i = 0; i < HashBucketSize; ++i) {
+    HashEntry *entry = Probe(base + i * Buckets, 0);
+    ASSERT_EQ(entry, Bucket(base) + i);
+    StoreHash(entry, 0, depths[i], 2, 0, HashBoundExact);
+  }
+  const uint64_t newcomer = base + 6 * Buckets;
+  EXPECT_EQ(Probe(newcomer, 120), nullptr) << "every entry deeper and of this game move";
+  EXPECT_EQ(Probe(newcomer, 180), Bucket(base) + 2) << "first of the two shallowest";
+  EXPECT_EQ(Bucket(base)[2].key, newcomer);
+  EXPECT_EQ(Bucket(base)[2].data, 0u);
+
+  // The claimed slot now has priority 5 * 4096 + 0 and goes first; store deep.
+  StoreHash(Bucket(base) + 2, 0, 900, 2, 0, HashBoundExact);
+  // An entry of an earlier game move goes first, even the deepest.
+  GameMoveCount = 4;
+  HashEntry *old = Bucket(base) + 5;
+  old->data = 0;
+  StoreHash(old, 0, 1800, 2, 0, HashBoundExact);
+  GameMoveCount = 5;
+  EXPECT_EQ(Probe(base + 7 * Buckets, 60), old);
+}
+
+TEST_F(HashTable, ClearingEmptiesEveryEntry) {
+  HashEntry *entry = Probe(1234, 0);
+  StoreHash(entry, 0, 600, 2, 0, HashBoundExact);
+  VarnClearHashtable();
+  for (int side : {White, Black})
+    for (uint64_t i = 0; i < HashBucketCount * HashBucketSize; ++i)
+      ASSERT_EQ(TranspositionTable[side][i].key | TranspositionTable[side][i].data, 0u);
+  EXPECT_EQ(Probe(1234, 0), Bucket(1234));
+}
+
+// Refuses every request larger than LargestEntries entries.
+size_t LargestEntries;
+void *LimitedCalloc(size_t count, size_t size) { return count > LargestEntries ? nullptr : std::calloc(count, size); }
+// Grants only every other request, so the second array of a pair fails.
+int Requests;
+void *AlternatingCalloc(size_t count, size_t size) { return ++Requests % 2 ? std::calloc(count, size) : nullptr; }
+
+TEST_F(HashTable, RefusedAllocationHalvesTheSize) {
+  LargestEntries = 2 * Buckets * HashBucketSize;
+  HashAllocator = LimitedCalloc;
+  HashSizeMb = 11;
+  EXPECT_EQ(AllocateHash(), 1);
+  EXPECT_EQ(HashSizeMb, 2);
+  EXPECT_EQ(HashBucketCount, 2 * Buckets);
+  EXPECT_NE(Probe(1, 0), nullptr);
+  HashAllocator = std::calloc;
+}
+
+TEST_F(HashTable, WithoutAnyTableProbesFindNothing) {
+  Requests = 0;
+  HashAllocator = AlternatingCalloc;  // each first array is freed again
+  HashSizeMb = 4;
+  EXPECT_EQ(AllocateHash(), 0);
+  EXPECT_EQ(HashSizeMb, 0);
+  EXPECT_EQ(HashBucketCount, 0u);
+  EXPECT_EQ(TranspositionTable[White], nullptr);
+  EXPECT_EQ(Probe(1, 0), nullptr);
+  ClearHash();
+  FreeHash();
+  Requests = 0;
+  EXPECT_EQ(VarnInit(nullptr, 0, 4096), 0) << "VarnInit reports that no table is in use";
+  HashAllocator = std::calloc;
+  EXPECT_EQ(VarnInit(nullptr, 0, 4096), 4096);
+  VarnQuit();
+  VarnQuit();
+}
+
+}  // namespace

@@ -59,7 +59,9 @@ inline int EmitTargets(int i, int from, int kind, Bitboard targets) {
 }
 
 // Writes the pawn moves of a destination set whose origins lie `step` behind,
-// with the given promotion kinds on the last rank (none elsewhere).
+// with the given promotion kinds on the last rank (none elsewhere). An empty
+// destination equal to a nonzero epSquare is an en-passant capture; 0 means
+// none, since a1 is an ordinary destination of Black's pushes.
 template <int Us>
 inline int EmitPawnMoves(int i, Bitboard targets, int step, const int *promotions, int count,
                          int epSquare) {
@@ -67,7 +69,8 @@ inline int EmitPawnMoves(int i, Bitboard targets, int step, const int *promotion
   for (; targets; targets &= targets - 1) {
     int to = LowestSquare(targets), from = to - step;
     int code = Board[to];
-    int captured = to == epSquare && code == Empty ? Pawn : (code < 0 ? -code : code);
+    int captured = code < 0 ? -code : code;
+    if (code == Empty && epSquare && to == epSquare) captured = Pawn;
     if (Rank(to) == LastRank) {
       for (int k = 0; k < count; ++k) MoveStack[i++] = MoveWord(from, to, Pawn, captured, promotions[k]);
     } else {

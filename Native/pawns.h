@@ -20,14 +20,22 @@ struct PawnEntry {
   uint8_t blackLightPawns;
   uint8_t blackDarkPawns;
 };
+static_assert(sizeof(PawnEntry) == 24, "200000 entries stay under 5 MB");
 
 constexpr int PawnHashSlots = 200000;
+// Slots of the static table used when the heap refuses the cache.
+constexpr int FallbackPawnHashSlots = 4096;
 extern PawnEntry *PawnHashTable;
 extern uint32_t PawnHashSize;  // slots in use (PawnHashSlots unless allocation failed)
 extern PawnEntry *CurrentPawnEntry;
 extern uint8_t LowestBitInByte[256];
 
+// Pawn square values per colour, Black's the rank mirror of White's.
+extern int32_t PawnSquareTables[2][64];
+
 void InitLowestBitInByte();
+// Fills both colours' pawn square tables (part of the evaluation tables).
+void InitPawnSquareTables();
 // Allocates and clears the cache; falls back to a small fixed table when the
 // heap refuses, so that the evaluation always has one. Returns 1 on success.
 int AllocatePawnHash();

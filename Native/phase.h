@@ -11,6 +11,10 @@ extern int32_t DrawValue[2];  // [side]
 extern int32_t SafetyTable[2][64];
 extern int32_t OffensiveTable[2][128];
 
+// King-safety and attacking weights before the host's scales and asymmetries.
+extern const int32_t SafetyBase[64];
+extern const int32_t OffensiveBase[128];
+
 // Updates GamePhase and builds both sides' safety and attacking tables.
 void PrepareSearchTables(int side);
 

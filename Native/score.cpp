@@ -1,9 +1,576 @@
-// Placeholder until this area is built.
+// The static evaluation: material, pawns, king safety, development, king
+// placement, piece placement and the attack term, with lazy exits and the
+// endgame knowledge that scales or caps the result.
 #include "score.h"
+
+#include <algorithm>
+
+#include "attacks.h"
+#include "pawns.h"
 #include "phase.h"
+
 int32_t WhiteKingDanger;
 int32_t BlackKingDanger;
-void InitEvaluationTables() {}
-int Evaluate(int, int, int, int) { return MaterialBalance(); }
-int KingSafety() { return 0; }
-int Development() { return 0; }
+
+alignas(64) int32_t KnightTables[2][64];
+alignas(64) int32_t BishopTables[2][64];
+alignas(64) int32_t OutpostTables[2][64];
+alignas(64) int32_t QueenTables[2][64];
+alignas(64) int32_t KingTablesBothWings[2][64];
+alignas(64) int32_t KingTablesQueenSide[2][64];
+alignas(64) int32_t KingTablesKingSide[2][64];
+alignas(64) int32_t KingDangerTables[2][64];
+
+namespace {
+
+// Square tables, White's view, rank 8 on the first line.
+constexpr int KnightTable[64] = {
+    -32, -16, -8, -8, -8, -8, -16, -32,  // 8
+    -24, -24, 4,  4,  4,  4,  -24, -24,  // 7
+    -8,  2,   6,  6,  6,  6,  2,   -8,   // 6
+    -8,  2,   6,  6,  6,  6,  2,   -8,   // 5
+    -8,  2,   4,  4,  4,  4,  2,   -8,   // 4
+    -8,  2,   2,  2,  2,  2,  2,   -8,   // 3
+    -8,  -8,  0,  0,  0,  0,  -8,  -8,   // 2
+    -8,  -8,  -8, -8, -8, -8, -8,  -8,   // 1
+};
+
+constexpr int BishopTable[64] = {
+    -16, -16, 0,  0,  0,  0,  -16, -16,  // 8
+    -16, 2,   4,  4,  4,  4,  2,   -16,  // 7
+    -4,  2,   6,  6,  6,  6,  2,   -4,   // 6
+    -4,  2,   6,  6,  6,  6,  2,   -4,   // 5
+    -4,  2,   4,  4,  4,  4,  2,   -4,   // 4
+    -4,  2,   2,  2,  2,  2,  2,   -4,   // 3
+    -16, 2,   0,  0,  0,  0,  2,   -16,  // 2
+    -16, -16, -8, -8, -8, -8, -16, -16,  // 1
+};
+
+constexpr int OutpostTable[64] = {
+    0, 0, 0,  0,  0,  0,  0, 0,  // 8
+    0, 0, 4,  8,  8,  4,  0, 0,  // 7
+    0, 0, 12, 20, 20, 12, 0, 0,  // 6
+    0, 0, 12, 16, 16, 12, 0, 0,  // 5
+    0, 0, 0,  6,  6,  0,  0, 0,  // 4
+    0, 0, 0,  0,  0,  0,  0, 0,  // 3
+    0, 0, 0,  0,  0,  0,  0, 0,  // 2
+    0, 0, 0,  0,  0,  0,  0, 0,  // 1
+};
+
+// By file, the same on every rank.
+constexpr int RookTable[8] = {0, 0, 4, 6, 6, 4, 0, 0};
+
+constexpr int QueenTable[64] = {
+    0,   0,   0,  0,  0,  0,  0,   0,    // 8
+    -15, 0,   4,  5,  5,  4,  0,   -15,  // 7
+    0,   2,   4,  10, 10, 4,  2,   0,    // 6
+    0,   2,   10, 12, 12, 10, 2,   0,    // 5
+    -10, 2,   10, 12, 12, 10, 2,   -10,  // 4
+    -10, -10, 4,  10, 10, 4,  -10, -10,  // 3
+    -10, 2,   8,  8,  8,  8,  2,   -10,  // 2
+    -10, -8,  0,  0,  0,  0,  -8,  -10,  // 1
+};
+
+// Endgame king placement by the wings that hold pawns.
+constexpr int KingTableBothWings[64] = {
+    -50, -30, -30, -30, -30, -30, -30, -50,  // 8
+    -30, -30, -10, -10, -10, -10, -30, -30,  // 7
+    -30, -10, 20,  30,  30,  20,  -10, -30,  // 6
+    -30, -10, 20,  30,  30,  20,  -10, -30,  // 5
+    -30, -10, 10,  20,  20,  10,  -10, -30,  // 4
+    -30, -10, 0,   10,  10,  0,   -10, -30,  // 3
+    -30, -20, -10, 0,   0,   -10, -20, -30,  // 2
+    -50, -40, -30, -20, -20, -30, -40, -50,  // 1
+};
+
+constexpr int KingTableQueenSide[64] = {
+    -30, -30, -30, -30, -30, -50, -70, -90,  // 8
+    -10, -10, -10, -10, -20, -30, -50, -70,  // 7
+    0,   20,  20,  10,  -10, -30, -50, -70,  // 6
+    0,   30,  30,  20,  -10, -30, -50, -70,  // 5
+    0,   30,  30,  20,  -10, -30, -50, -70,  // 4
+    0,   20,  20,  10,  -10, -30, -50, -70,  // 3
+    -10, -10, -10, -10, -20, -30, -50, -70,  // 2
+    -30, -20, -20, -30, -40, -50, -70, -90,  // 1
+};
+
+constexpr int KingTableKingSide[64] = {
+    -90, -70, -50, -30, -30, -30, -30, -30,  // 8
+    -70, -50, -30, -30, -10, -10, -10, -10,  // 7
+    -70, -50, -30, -10, 10,  20,  20,  0,    // 6
+    -70, -50, -30, -10, 20,  30,  30,  0,    // 5
+    -70, -50, -30, -10, 20,  30,  30,  0,    // 4
+    -70, -50, -30, -10, 10,  20,  20,  0,    // 3
+    -70, -50, -30, -20, -10, -10, -10, -10,  // 2
+    -90, -70, -50, -40, -30, -20, -20, -30,  // 1
+};
+
+// Base king danger by the king's square.
+constexpr int KingDangerTable[64] = {
+    8, 8, 8, 8, 8, 8, 8, 8,  // 8
+    7, 7, 7, 7, 7, 7, 7, 7,  // 7
+    6, 6, 6, 6, 6, 6, 6, 6,  // 6
+    5, 5, 5, 5, 5, 5, 5, 5,  // 5
+    4, 4, 4, 4, 4, 4, 4, 4,  // 4
+    3, 3, 3, 3, 3, 3, 3, 3,  // 3
+    1, 1, 2, 3, 3, 2, 1, 1,  // 2
+    1, 0, 2, 3, 3, 2, 0, 1,  // 1
+};
+
+// Bishop mobility by empty squares reached; pair bonus by own pawn count.
+constexpr int BishopMobility[14] = {0, 0, 4, 8, 12, 16, 20, 24, 26, 28, 30, 32, 32, 32};
+constexpr int BishopPairBonus[9] = {20, 20, 20, 20, 20, 20, 20, 15, 8};
+
+// Attack-sum contributions by distance to the enemy king.
+constexpr int KnightTropism[8] = {3, 3, 3, 2, 1, 0, 0, 0};
+constexpr int BishopTropism[8] = {3, 3, 3, 2, 1, 0, 0, 0};
+constexpr int RookTropism[8] = {3, 3, 3, 2, 1, 0, 0, 0};
+constexpr int RookFileTropism[8] = {4, 3, 1, 0, 0, 0, 0, 0};
+constexpr int QueenTropism[8] = {4, 4, 4, 2, 1, 0, 0, 0};
+constexpr int QueenFileTropism[8] = {5, 5, 3, 0, 0, 0, 0, 0};
+
+// Multiplier (in sixteenths) of the attack term by the enemy king's danger.
+constexpr int ShelterFactor[64] = {
+    16, 16, 16, 16, 17, 17, 18, 18,  //
+    19, 19, 20, 20, 21, 21, 22, 22,  //
+    23, 23, 24, 24, 25, 25, 26, 26,  //
+    27, 27, 27, 27, 27, 27, 27, 27,  //
+    27, 27, 27, 27, 27, 27, 27, 27,  //
+    27, 27, 27, 27, 27, 27, 27, 27,  //
+    27, 27, 27, 27, 27, 27, 27, 27,  //
+    27, 27, 27, 27, 27, 27, 27, 27,  //
+};
+
+constexpr int TrappedBishopPenalty = 175;
+// The attacking tables end at attack sum 119 (index 127).
+constexpr int MaxAttackSum = 119;
+
+// Copies a printed table into White's row and mirrors it into Black's.
+void SplitByColour(const int (&printed)[64], int32_t (&tables)[2][64]) {
+  for (int s = 0; s < 64; ++s) tables[White][s] = printed[s ^ 56];
+  for (int s = 0; s < 64; ++s) tables[Black][s] = tables[White][s ^ 56];
+}
+
+// Square s as seen by colour Us (White's squares stay, Black's are mirrored).
+template <int Us>
+constexpr int Relative(int s) { return Us == White ? s : s ^ 56; }
+
+template <int Us>
+constexpr int RelativeRank(int s) { return Us == White ? Rank(s) : 7 - Rank(s); }
+
+// The Board code of colour Us's piece of the given kind.
+template <int Us>
+constexpr int Code(int kind) { return Us == White ? kind : -kind; }
+
+// 1 when the Board code belongs to colour Us.
+template <int Us>
+constexpr bool Owns(int code) { return Us == White ? code > 0 : code < 0; }
+
+// The most advanced pawn of colour Us in a non-empty set.
+template <int Us>
+int MostAdvanced(Bitboard pawns) { return Us == White ? HighestSquare(pawns) : LowestSquare(pawns); }
+
+// 1 when square a lies behind square b on their file, seen by colour Us.
+template <int Us>
+constexpr bool Behind(int a, int b) { return Us == White ? a < b : a > b; }
+
+// The squares of one colour that s belongs to.
+Bitboard SquaresOfColour(int s) { return (DarkSquares & SetMask[s]) ? DarkSquares : LightSquares; }
+
+// The files (as a byte) of a set of squares on rank r.
+unsigned FilesOnRank(Bitboard squares, int r) { return unsigned(squares >> (8 * r)) & 255; }
+
+// 1 when colour Us's piece on s stands on the d6/e6 square (their d3/e3) that
+// no enemy pawn can attack, with an enemy pawn right in front of it.
+template <int Us>
+bool BlocksCentrePawn(int s) {
+  constexpr int Up = Us == White ? 8 : -8;
+  const Bitboard *ahead = Us == White ? AdjacentFilesAbove : AdjacentFilesBelow;
+  if (!OutpostTables[Us][s] || (SideOf<!Us>().pawns & ahead[s])) return false;
+  return (s == Relative<Us>(D6) || s == Relative<Us>(E6)) && Board[s + Up] == Code<!Us>(Pawn);
+}
+
+// The king danger of colour Us before the queen halving: the king's square,
+// open central files while castling is possible, the shelter of its wing and
+// enemy pieces next to a missing fianchetto pawn.
+template <int Us>
+int KingDangerOf(const PawnEntry &entry) {
+  const SideRecord &them = SideOf<!Us>();
+  const int king = SideOf<Us>().kingSquare;
+  const int shelterKingSide = Us == White ? entry.whiteShelterKingSide : entry.blackShelterKingSide;
+  const int shelterQueenSide = Us == White ? entry.whiteShelterQueenSide : entry.blackShelterQueenSide;
+  auto open = [&entry](int f) { return (entry.openFiles >> f) & 1; };
+  auto attacker = [](int code) { return code == Code<!Us>(Pawn) || code == Code<!Us>(Bishop) || code == Code<!Us>(Queen); };
+  const bool movedA = MoveCounter[Relative<Us>(A1)], movedH = MoveCounter[Relative<Us>(H1)];
+  int danger = KingDangerTables[Us][king];
+  if (MoveCounter[Relative<Us>(E1)] == 0 && !(movedA && movedH)) {
+    danger += 2 * open(3) + 4 * open(4) + 2 * open(5);
+    if (movedA && !movedH) danger += shelterKingSide / 2;
+    else if (!movedA && movedH) danger += shelterQueenSide / 2;
+  } else if (File(king) <= 3) {
+    danger += shelterQueenSide;
+    if (File(king) == 3) danger += 2 * open(2) + 4 * open(3) + 2 * open(4);
+    if (Board[Relative<Us>(B2)] != Code<Us>(Pawn) && them.queens && attacker(Board[Relative<Us>(C3)])) danger += 3;
+  } else {
+    danger += shelterKingSide;
+    if (File(king) == 4) danger += 2 * open(3) + 4 * open(4) + 2 * open(5);
+    if (Board[Relative<Us>(G2)] != Code<Us>(Pawn) && them.queens && attacker(Board[Relative<Us>(F3)])) danger += 3;
+  }
+  return danger;
+}
+
+// Development of colour Us in the opening, from Us's view.
+template <int Us>
+int DevelopmentOf() {
+  const SideRecord &us = SideOf<Us>();
+  int v = -15 * PopCount(us.queens & ClearMask[Relative<Us>(D1)]);
+  const bool movedA = MoveCounter[Relative<Us>(A1)], movedH = MoveCounter[Relative<Us>(H1)];
+  if (!us.castled && (MoveCounter[Relative<Us>(E1)] || (movedA && movedH))) v -= 35;
+  return v;
+}
+
+// Knights of colour Us, White's view: placement, outposts and the attack sum.
+template <int Us>
+int KnightTerms(int &attackSum) {
+  const SideRecord &us = SideOf<Us>(), &them = SideOf<!Us>();
+  const Bitboard *ahead = Us == White ? AdjacentFilesAbove : AdjacentFilesBelow;
+  const Bitboard *defenders = PawnAttackersTable<Us>();
+  int v = 0;
+  for (Bitboard set = us.knights; set; set &= set - 1) {
+    const int s = LowestSquare(set), outpost = OutpostTables[Us][s];
+    v += KnightTables[Us][s];
+    if (outpost && !(them.pawns & ahead[s])) {
+      v += outpost;
+      if (const Bitboard guards = defenders[s] & us.pawns) {
+        // Without a minor piece able to exchange it the knight is there to stay.
+        if (!them.knights && !(them.bishops & SquaresOfColour(s))) v += outpost;
+        else v += PopCount(guards) == 2 ? outpost : outpost / 2;
+      }
+      if (BlocksCentrePawn<Us>(s)) v += 12;
+    }
+    attackSum += KnightTropism[Distance[s][them.kingSquare]];
+  }
+  return Us == White ? v : -v;
+}
+
+// Bishops of colour Us, White's view: placement, mobility, the centre block
+// and the attack sum.
+template <int Us>
+int BishopTerms(int &attackSum) {
+  const SideRecord &us = SideOf<Us>();
+  const int theirKing = SideOf<!Us>().kingSquare;
+  int v = 0;
+  for (Bitboard set = us.bishops; set; set &= set - 1) {
+    const int s = LowestSquare(set);
+    const int mobility = int(DiagMobility[s][(RotatedDiag >> ShiftDiag[s]) & 255] +
+                             AntiDiagMobility[s][(RotatedAntiDiag >> ShiftAntiDiag[s]) & 255]);
+    v += BishopTables[Us][s] + BishopMobility[mobility];
+    if (BlocksCentrePawn<Us>(s)) v += 12;
+    attackSum += BishopTropism[Distance[s][theirKing]];
+  }
+  return Us == White ? v : -v;
+}
+
+// Terms of colour Us's bishops as a set, White's view: own pawns on the lone
+// bishop's colour, the pair, a bishop trapped on a7/h7 and the fianchetto.
+template <int Us>
+int BishopSetTerms(const PawnEntry &entry, bool endgame) {
+  const SideRecord &us = SideOf<Us>();
+  if (!us.bishops) return 0;
+  int v = 0;
+  if (PopCount(us.bishops) == 1) {
+    const bool dark = us.bishops & DarkSquares;
+    const int blockers = Us == White ? (dark ? entry.whiteDarkPawns : entry.whiteLightPawns)
+                                     : (dark ? entry.blackDarkPawns : entry.blackLightPawns);
+    v -= 4 * blockers;
+  } else {
+    v += BishopPairBonus[std::min(us.pawnCount, 8)];
+  }
+  if (us.bishops & (Us == White ? SquaresA7H7 : SquaresA2H2)) {
+    if (Board[Relative<Us>(A7)] == Code<Us>(Bishop)) {
+      if (Board[Relative<Us>(B6)] == Code<!Us>(Pawn)) v -= TrappedBishopPenalty;
+    } else if (Board[Relative<Us>(H7)] == Code<Us>(Bishop)) {
+      if (Board[Relative<Us>(G6)] == Code<!Us>(Pawn)) v -= TrappedBishopPenalty;
+    }
+  }
+  if (!endgame) {
+    const int king = us.kingSquare;
+    const Bitboard cornerH = Us == White ? CornerH1 : CornerH8, cornerA = Us == White ? CornerA1 : CornerA8;
+    const int g2 = Relative<Us>(G2), b2 = Relative<Us>(B2);
+    if (File(king) >= 5 && Board[g2] != Code<Us>(Pawn) && Board[Relative<Us>(G3)] == Code<Us>(Pawn) &&
+        Distance[king][g2] == 1 && (us.bishops & cornerH))
+      v += 10;
+    else if (File(king) <= 2 && Board[b2] != Code<Us>(Pawn) && Board[Relative<Us>(B3)] == Code<Us>(Pawn) &&
+             Distance[king][b2] == 1 && (us.bishops & cornerA))
+      v += 10;
+  }
+  return Us == White ? v : -v;
+}
+
+// File distance for the file tropism of colour Us's heavy piece on s: 7 when
+// an own pawn stands ahead of it on its file.
+template <int Us>
+int FileTropismDistance(int s, int theirKing) {
+  const Bitboard *rayAhead = Us == White ? RayNorth : RaySouth;
+  return (SideOf<Us>().pawns & rayAhead[s]) ? 7 : FileDistance[s][theirKing];
+}
+
+// 1 when the enemy king is on its first rank or enemy pawns on their second.
+template <int Us>
+bool SeventhRankMatters() {
+  const SideRecord &them = SideOf<!Us>();
+  return RelativeRank<Us>(them.kingSquare) == 7 || (them.pawns & RankMask[Us == White ? 6 : 1]);
+}
+
+// Rooks of colour Us, White's view: passed pawns on the file, open and
+// half-open files, the seventh rank and the attack sum.
+template <int Us>
+int RookTerms(const PawnEntry &entry, int &attackSum) {
+  constexpr int Up = Us == White ? 8 : -8;
+  const SideRecord &us = SideOf<Us>(), &them = SideOf<!Us>();
+  const unsigned ourPassed = Us == White ? entry.whitePassedFiles : entry.blackPassedFiles;
+  const unsigned theirPassed = Us == White ? entry.blackPassedFiles : entry.whitePassedFiles;
+  int v = 0;
+  for (Bitboard set = us.rooks; set; set &= set - 1) {
+    const int s = LowestSquare(set), f = File(s);
+    v += RookTable[f];
+    const Bitboard ourFilePawns = us.pawns & FileMask[f], theirFilePawns = them.pawns & FileMask[f];
+    if ((ourPassed >> f & 1) && ourFilePawns) {
+      const int p = MostAdvanced<Us>(ourFilePawns);
+      if (Behind<Us>(p, s)) v -= 20;
+      else if (!Owns<!Us>(Board[p + Up])) v += 40;
+    }
+    if ((theirPassed >> f & 1) && theirFilePawns) v += Behind<Us>(MostAdvanced<!Us>(theirFilePawns), s) ? 40 : -20;
+    if (entry.openFiles >> f & 1) {
+      v += 24;
+    } else {
+      if (entry.openFiles && !(FilesOnRank(RankAttacksOf(s), Rank(s)) & entry.openFiles)) v -= 12;
+      if (!ourFilePawns) v += 5;
+    }
+    if (RelativeRank<Us>(s) == 6 && SeventhRankMatters<Us>()) {
+      v += 30;
+      if (RankAttacksOf(s) & (us.rooks | us.queens)) v += 16;
+    }
+    const int d = FileTropismDistance<Us>(s, them.kingSquare);
+    attackSum += std::max(RookFileTropism[d], RookTropism[Distance[s][them.kingSquare]]);
+  }
+  return Us == White ? v : -v;
+}
+
+// Queens of colour Us, White's view: placement, the seventh rank, a weaker
+// enemy king and the attack sum, lowered for a queen far from that king.
+template <int Us>
+int QueenTerms(int &attackSum) {
+  const SideRecord &us = SideOf<Us>();
+  const int theirKing = SideOf<!Us>().kingSquare;
+  const int ourDanger = Us == White ? WhiteKingDanger : BlackKingDanger;
+  const int theirDanger = Us == White ? BlackKingDanger : WhiteKingDanger;
+  int v = 0;
+  for (Bitboard set = us.queens; set; set &= set - 1) {
+    const int s = LowestSquare(set);
+    v += QueenTables[Us][s];
+    if (RelativeRank<Us>(s) == 6 && SeventhRankMatters<Us>() && (RankAttacksOf(s) & us.rooks)) v += 10;
+    if (theirDanger > ourDanger + 4) v += 30;
+    const int d = FileTropismDistance<Us>(s, theirKing);
+    attackSum += std::max(QueenFileTropism[d], QueenTropism[Distance[s][theirKing]]);
+    if (us.pawnCount > 4) {
+      const bool farWings = (File(s) <= 1 && File(theirKing) >= 5) || (File(s) >= 6 && File(theirKing) <= 2);
+      if (farWings) attackSum = std::max(attackSum - 8, -8);
+    }
+  }
+  return Us == White ? v : -v;
+}
+
+// Colour Us's attack term, White's view: its attack sum weighted by its
+// attacking table and by the enemy king's danger.
+template <int Us>
+int AttackTerm(int attackSum) {
+  const int theirDanger = Us == White ? BlackKingDanger : WhiteKingDanger;
+  const int v = ShelterFactor[theirDanger] * OffensiveTable[Us][std::min(attackSum, MaxAttackSum) + 8] / 16;
+  return Us == White ? v : -v;
+}
+
+// Endgame king placement, White's view, by the wings that hold pawns.
+int KingPlacement() {
+  const Bitboard pawns = WhiteSide.pawns | BlackSide.pawns;
+  const bool queenSide = pawns & QueenSideFiles, kingSide = pawns & KingSideFiles;
+  const int32_t (*tables)[64] = queenSide && kingSide ? KingTablesBothWings
+                                : queenSide           ? KingTablesQueenSide
+                                : kingSide            ? KingTablesKingSide
+                                                      : nullptr;
+  if (!tables) return 0;
+  return tables[White][WhiteSide.kingSquare] - tables[Black][BlackSide.kingSquare];
+}
+
+// Caps v at White's draw value in the favour of a side that cannot win.
+int ClampByWinChances(int v, int winMask) {
+  const int draw = DrawValue[White];
+  if (winMask == 3) return v;
+  if (v > draw && !(winMask & 1)) return draw;
+  if (v >= draw) return v;
+  if (!(winMask & 2)) return draw;
+  return v;
+}
+
+// 1 when each side has one bishop, on squares of different colours.
+bool OppositeBishops() {
+  const Bitboard w = WhiteSide.bishops, b = BlackSide.bishops;
+  if (PopCount(w) != 1 || PopCount(b) != 1) return false;
+  return bool(w & DarkSquares) != bool(b & DarkSquares);
+}
+
+// v scaled towards a draw when opposite-coloured bishops are the only minor
+// pieces; alone is set when nothing but the bishops is left and one side is
+// more than two pawns up, where the halved value is final.
+int ScaleOppositeBishops(int v, bool &alone) {
+  const SideRecord &w = WhiteSide, &b = BlackSide;
+  alone = false;
+  if (w.pieceUnits >= 12 || b.pieceUnits >= 12 || !OppositeBishops()) return v;
+  const int d = w.material - b.material;
+  const bool bishopsAlone = w.pieceUnits == 3 && b.pieceUnits == 3;
+  if (d >= 201 || d <= -201) {
+    alone = bishopsAlone;
+    if (bishopsAlone) return v / 2;
+    // Other pieces beside: only the positional part is halved.
+    return w.pieceUnits == b.pieceUnits ? (v - d) / 2 + d : v;
+  }
+  return bishopsAlone ? v / 4 : v;
+}
+
+// The whole evaluation; the traced twin also records every term.
+template <bool Traced>
+int EvaluateTerms(int side, int lower, int upper, int ply, EvalTrace *trace) {
+  const SideRecord &w = WhiteSide, &b = BlackSide;
+  int attackSum[2] = {0, 0};
+  int winMask = 3;
+  WhiteKingDanger = BlackKingDanger = 0;
+  if (w.pieceUnits < 9 && b.pieceUnits < 9) winMask = WinChances(side);
+  if constexpr (Traced) trace->winMask = winMask;
+  auto finish = [trace](int v, int exit) {
+    if constexpr (Traced) {
+      trace->exit = exit;
+      trace->result = v;
+    }
+    return v;
+  };
+  if (winMask == 0) return finish(DrawValue[White], EvalExitDrawn);
+
+  int v = MaterialBalance();
+  if constexpr (Traced) trace->material = v;
+  if (winMask == 3 && (v < lower - 500 || v > upper + 500)) return finish(v, EvalExitMaterial);
+  if (!w.pawns && !b.pawns) {
+    const int ending = PawnlessEnding();
+    if constexpr (Traced) {
+      trace->pawnlessEnding = ending;
+      trace->clamp = ClampByWinChances(v + ending, winMask) - (v + ending);
+    }
+    return finish(ClampByWinChances(v + ending, winMask), EvalExitPawnless);
+  }
+
+  const int pawns = EvaluatePawns(side, ply);
+  const PawnEntry &entry = *CurrentPawnEntry;
+  v += pawns;
+  if constexpr (Traced) {
+    trace->pawns = pawns;
+    trace->pawnStructure = entry.pawnScore;
+  }
+  if (winMask == 3 && (v < lower - 150 || v > upper + 150)) return finish(v, EvalExitPawns);
+
+  const bool endgame = w.pieceUnits < 15 || b.pieceUnits < 15;
+  if (!endgame) {
+    const int safety = KingSafety();
+    v += safety;
+    if constexpr (Traced) trace->kingSafety = safety;
+  }
+  if (GamePhase == 0) {
+    const int development = Development();
+    v += development;
+    if constexpr (Traced) trace->development = development;
+  }
+  if (endgame) {
+    const int placement = KingPlacement();
+    v += placement;
+    if constexpr (Traced) trace->kingPlacement = placement;
+  }
+  if constexpr (Traced) {
+    trace->kingDanger[White] = WhiteKingDanger;
+    trace->kingDanger[Black] = BlackKingDanger;
+  }
+  if (winMask == 3 && (v < lower - 100 || v > upper + 100)) return finish(v, EvalExitPositional);
+
+  // The queens' floor on the attack sums makes this order part of the result.
+  const int pieces[10] = {
+      KnightTerms<White>(attackSum[White]),   KnightTerms<Black>(attackSum[Black]),
+      BishopTerms<White>(attackSum[White]),   BishopSetTerms<White>(entry, endgame),
+      BishopTerms<Black>(attackSum[Black]),   BishopSetTerms<Black>(entry, endgame),
+      RookTerms<White>(entry, attackSum[White]), RookTerms<Black>(entry, attackSum[Black]),
+      QueenTerms<White>(attackSum[White]),    QueenTerms<Black>(attackSum[Black]),
+  };
+  for (int term : pieces) v += term;
+  const int attack[2] = {AttackTerm<Black>(attackSum[Black]), AttackTerm<White>(attackSum[White])};
+  v += attack[White] + attack[Black];
+  if constexpr (Traced) {
+    trace->knights[White] = pieces[0], trace->knights[Black] = pieces[1];
+    trace->bishops[White] = pieces[2], trace->bishopSet[White] = pieces[3];
+    trace->bishops[Black] = pieces[4], trace->bishopSet[Black] = pieces[5];
+    trace->rooks[White] = pieces[6], trace->rooks[Black] = pieces[7];
+    trace->queens[White] = pieces[8], trace->queens[Black] = pieces[9];
+    for (int c : {White, Black}) {
+      trace->attackSum[c] = attackSum[c];
+      trace->attack[c] = attack[c];
+    }
+    trace->beforeScaling = v;
+  }
+
+  bool bishopsAlone;
+  const int scaled = ScaleOppositeBishops(v, bishopsAlone);
+  const int result = ClampByWinChances(scaled, winMask);
+  if constexpr (Traced) {
+    trace->oppositeBishops = scaled - v;
+    trace->clamp = result - scaled;
+  }
+  return finish(result, bishopsAlone ? EvalExitBishops : EvalExitFull);
+}
+
+}  // namespace
+
+// Fills every colour's piece-square tables from the printed White tables.
+void InitEvaluationTables() {
+  SplitByColour(KnightTable, KnightTables);
+  SplitByColour(BishopTable, BishopTables);
+  SplitByColour(OutpostTable, OutpostTables);
+  SplitByColour(QueenTable, QueenTables);
+  SplitByColour(KingTableBothWings, KingTablesBothWings);
+  SplitByColour(KingTableQueenSide, KingTablesQueenSide);
+  SplitByColour(KingTableKingSide, KingTablesKingSide);
+  SplitByColour(KingDangerTable, KingDangerTables);
+  InitPawnSquareTables();
+}
+
+// Static value of the position, White's view, within the window
+// (lower, upper) given in White's view.
+int Evaluate(int side, int lower, int upper, int ply) {
+  return EvaluateTerms<false>(side, lower, upper, ply, nullptr);
+}
+
+// Evaluate, recording every term in trace.
+int EvaluateTraced(int side, int lower, int upper, int ply, EvalTrace &trace) {
+  trace = EvalTrace{};
+  return EvaluateTerms<true>(side, lower, upper, ply, &trace);
+}
+
+// Both kings' danger values (also stored) and the safety difference,
+// White's view; needs the pawn entry of this evaluation.
+int KingSafety() {
+  const PawnEntry &entry = *CurrentPawnEntry;
+  int white = KingDangerOf<White>(entry), black = KingDangerOf<Black>(entry);
+  // Without a queen the attack on a king is much weaker.
+  if (!WhiteSide.queens) black /= 2;
+  if (!BlackSide.queens) white /= 2;
+  WhiteKingDanger = white;
+  BlackKingDanger = black;
+  return SafetyTable[Black][black] - SafetyTable[White][white];
+}
+
+// Queens out early and lost castling rights in the opening, White's view.
+int Development() { return DevelopmentOf<White>() - DevelopmentOf<Black>(); }

@@ -83,6 +83,7 @@ void CheckTree(int depth, int ply, uint64_t epKeys, int &nodes) {
     if (!InCheck(Us)) legal.push_back(move);
     UndoMove<Us>(move, ply);
     ASSERT_TRUE(before == Snapshot::Take()) << Text(move);
+    ASSERT_TRUE(PositionIsConsistent()) << Text(move);
   }
   if (InCheck(Us)) {
     GenerateEvasions<Us>(ply);
@@ -114,7 +115,9 @@ INSTANTIATE_TEST_SUITE_P(
                     "r3k2r/Pppp1ppp/1b3nbN/nP6/BBP1P3/q4N2/Pp1P2PP/R2Q1RK1 w kq -",
                     "rnbq1k1r/pp1Pbppp/2p5/8/2B5/8/PPP1NnPP/RNBQK2R w KQ -",
                     "r3k2r/1b4bq/8/8/8/8/7B/R3K2R w KQkq -",
-                    "8/8/1k6/2b5/2pP4/8/5K2/8 b - d3"));
+                    "8/8/1k6/2b5/2pP4/8/5K2/8 b - d3",
+                    // Black promotes on a1, square 0, which also means "no en passant".
+                    "4k3/1P6/8/8/8/8/p1p5/1N2K2R b K -"));
 
 TEST(Generation, StartPositionOrder) {
   SetFen(StartFen);
@@ -143,6 +146,12 @@ TEST(Generation, PromotionWords) {
   EXPECT_EQ(last, (std::vector<std::string>{"a7a8q", "a7a8r", "a7a8b", "a7a8n", "a7b8q", "a7b8r", "a7b8b",
                                             "a7b8n"}));
   EXPECT_EQ(MoveCaptured(ListOf(1).back()), Rook);
+  // A push onto a1 is no capture, whatever the generator.
+  SetFen("4k3/8/8/8/8/8/p7/4K3 b - -");
+  GenerateMoves<Black>(1);
+  GenerateCaptures<Black>(2);
+  GenerateNonCaptures<Black>(3, Ply[2].listEnd);
+  for (int i = Ply[0].listEnd; i < Ply[3].listEnd; ++i) EXPECT_EQ(MoveCaptured(MoveStack[i]), Empty) << Text(MoveStack[i]);
 }
 
 TEST(Generation, Castling) {
@@ -207,12 +216,26 @@ TEST(Generation, MakeKeepsCountersAndRights) {
   EXPECT_EQ(WhiteSide.material, 900);
   EXPECT_EQ(BlackSide.material, 500);
   EXPECT_EQ(MoveCounter[G8], 2);
-  // Capturing a rook on its corner takes the castling right away.
-  SetFen("r3k2r/8/8/8/8/8/8/R3K1NR b KQkq -");
-  SetFen("r3k2r/8/8/8/8/8/6n1/R3K2R b KQkq -");
-  MakeMove<Black>(MoveWord(G2, H4, Knight), 1);
-  UndoMove<Black>(MoveWord(G2, H4, Knight), 1);
+}
+
+TEST(Generation, CapturedCornerRookEndsCastlingUntilUndone) {
+  auto whiteCastles = [](int ply) {
+    GenerateMoves<White>(ply);
+    int found = 0;
+    for (Move m : ListOf(ply)) found += MovePiece(m) == King && Distance[MoveFrom(m)][MoveTo(m)] == 2;
+    return found;
+  };
+  SetFen("r3k2r/8/8/3b4/8/8/8/R3K2R b KQkq -");
+  const Move capture = MoveWord(D5, H1, Bishop, Rook);
+  MakeMove<Black>(capture, 1);
+  EXPECT_EQ(MoveCounter[H1], 1);
+  EXPECT_EQ(WhiteSide.material, 500);
+  Ply[1].listEnd = Ply[0].listEnd;
+  EXPECT_EQ(whiteCastles(2), 1);  // queen side only
+  UndoMove<Black>(capture, 1);
   EXPECT_EQ(MoveCounter[H1], 0);
+  EXPECT_EQ(Board[H1], Rook);
+  EXPECT_EQ(whiteCastles(1), 2);
 }
 
 TEST(Evasions, AnswersToEachKindOfCheck) {
@@ -246,19 +269,13 @@ TEST(Evasions, InterpositionOnTheLastRankGivesFourWords) {
 }
 
 TEST(Captures, KingCaptureWhenTheLastMoveLeftTheKingAttacked) {
-  SetFen("4k3/8/8/8/8/8/4r3/4K3 w - -");
-  const Move blunder = MoveWord(E1, D1, King);
-  MakeMove<White>(blunder, 1);
-  Ply[1].listEnd = Ply[0].listEnd;
-  MakeMove<White>(blunder, 1);
-  UndoMove<White>(blunder, 1);
   SetFen("4k3/8/8/8/8/8/3r4/4K3 w - -");
-  MakeMove<White>(MoveWord(E1, E2, King), 1);
+  MakeMove<White>(MoveWord(E1, E2, King), 1);  // steps next to the rook
   Ply[1].listEnd = Ply[0].listEnd;
   GenerateCaptures<Black>(2);
   const std::vector<Move> captures = ListOf(2);
   ASSERT_EQ(captures.size(), 1u);
-  EXPECT_EQ(MoveCaptured(captures[0]), King);
+  EXPECT_EQ(captures[0], MoveWord(D2, E2, Rook, King));
 }
 
 TEST(LegalRootMoves, FiltersPinsAndFindsMates) {

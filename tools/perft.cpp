@@ -2,6 +2,7 @@
 // by root move, for checking the move generator and measuring its speed.
 #include <chrono>
 #include <cstdio>
+#include <ctime>
 #include <cstdlib>
 #include <cstring>
 
@@ -13,6 +14,10 @@
 #include "utility.h"
 
 namespace {
+
+// Deeper trees cannot be counted in any reasonable time; the cap also keeps
+// every ply's list well inside the move stack.
+constexpr int MaxPerftDepth = 12;
 
 // Leaves below ply for colour Us: every generated move is made and kept only
 // when the mover's king is not left attacked, as the search does.
@@ -54,13 +59,16 @@ int main(int argc, char **argv) {
   SetUpFromTokens(slots, SplitTokens(fen, slots));
   ResetSearchState();
   DerivePositionState();
-  const int depth = std::atoi(argv[2]);
+  const int asked = std::atoi(argv[2]);
+  const int depth = asked < 0 ? 0 : asked > MaxPerftDepth ? MaxPerftDepth : asked;
+  if (depth != asked) std::fprintf(stderr, "depth %d used\n", depth);
   const bool divide = argc > 3 && std::strcmp(argv[3], "divide") == 0;
   const int side = SideToMove;
 
   const auto start = std::chrono::steady_clock::now();
+  const std::clock_t cpuStart = std::clock();
   uint64_t total = 0;
-  if (depth < 1) {
+  if (depth == 0) {
     total = 1;
   } else {
     const int count = LegalRootMoves(side);
@@ -73,9 +81,13 @@ int main(int argc, char **argv) {
       if (divide) PrintMove(move, nodes);
     }
   }
+  // Wall time and processor time: on a shared machine the second is the
+  // steadier measure of speed.
   const double seconds =
       std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  std::printf("nodes %llu\ntime %.3f s\nnps %.0f\n", static_cast<unsigned long long>(total), seconds,
-              seconds > 0 ? total / seconds : 0.0);
+  const double cpuSeconds = double(std::clock() - cpuStart) / CLOCKS_PER_SEC;
+  std::printf("nodes %llu\ntime %.3f s (cpu %.3f s)\nnps %.0f (per cpu second %.0f)\n",
+              static_cast<unsigned long long>(total), seconds, cpuSeconds,
+              seconds > 0 ? total / seconds : 0.0, cpuSeconds > 0 ? total / cpuSeconds : 0.0);
   return 0;
 }

@@ -267,10 +267,10 @@ void DerivePositionState() {
     }
     KindSet(side, kind) |= SetMask[s];
     side.material += PieceValue[kind];
-    if (kind == Pawn) side.pawnCount++;
-    if (kind == Knight || kind == Bishop) side.minorCount++, side.pieceUnits += 3;
-    if (kind == Rook) side.majorWeight += 1, side.pieceUnits += 5;
-    if (kind == Queen) side.majorWeight += 2, side.pieceUnits += 9;
+    side.pawnCount += kind == Pawn;
+    side.pieceUnits += UnitsOf[kind];
+    side.minorCount += MinorOf[kind];
+    side.majorWeight += MajorOf[kind];
   }
   Ply[1].pawnKey = pawnKey;
   Ply[1].pieceKey = pieceKey;

@@ -68,6 +68,11 @@ struct SideRecord {
   bool operator==(const SideRecord &) const = default;
 };
 
+// Counter weights of each kind (none, pawn .. king) in a side record.
+constexpr int UnitsOf[7] = {0, 0, 3, 3, 5, 9, 0};
+constexpr int MinorOf[7] = {0, 0, 1, 1, 0, 0, 0};
+constexpr int MajorOf[7] = {0, 0, 0, 0, 1, 2, 0};
+
 extern int32_t Board[64];
 extern int32_t MoveCounter[64];  // castling rights: 0 on home squares still unmoved
 extern SideRecord WhiteSide;

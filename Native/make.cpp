@@ -3,14 +3,6 @@
 
 #include "attacks.h"
 
-namespace {
-
-constexpr int UnitsOf[7] = {0, 0, 3, 3, 5, 9, 0};
-constexpr int MinorOf[7] = {0, 0, 1, 1, 0, 0, 0};
-constexpr int MajorOf[7] = {0, 0, 0, 0, 1, 2, 0};
-
-}  // namespace
-
 template <int Us>
 void MakeMove(Move move, int ply) {
   constexpr int Them = 1 - Us;

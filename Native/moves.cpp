@@ -75,6 +75,28 @@ int LegalRootMoves(int side) {
   return Ply[1].listEnd - Ply[0].listEnd;
 }
 
+namespace {
+
+template <int Us>
+uint64_t PerftOf(int depth, int ply) {
+  GenerateMoves<Us>(ply);
+  uint64_t nodes = 0;
+  for (int i = Ply[ply - 1].listEnd; i < Ply[ply].listEnd; ++i) {
+    const Move move = MoveStack[i];
+    MakeMove<Us>(move, ply);
+    if (!InCheck(Us)) nodes += depth > 1 ? PerftOf<1 - Us>(depth - 1, ply + 1) : 1;
+    UndoMove<Us>(move, ply);
+  }
+  return nodes;
+}
+
+}  // namespace
+
+uint64_t Perft(int side, int depth, int ply) {
+  if (depth < 1) return 1;
+  return side ? PerftOf<White>(depth, ply) : PerftOf<Black>(depth, ply);
+}
+
 template void GenerateMoves<White>(int);
 template void GenerateMoves<Black>(int);
 template void GenerateNonCaptures<White>(int, int);

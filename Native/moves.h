@@ -15,6 +15,11 @@ void GenerateMoves(int side, int ply);
 template <int Us>
 void GenerateNonCaptures(int ply, int start);
 
+// Leaves of the legal move tree below ply for side, depth plies deep: every
+// generated move is made and kept only when the mover's king is not left
+// attacked, as the search does.
+uint64_t Perft(int side, int depth, int ply);
+
 // The legal moves of side at the root (ply 1, MoveStack from index 1);
 // returns their number.
 int LegalRootMoves(int side);

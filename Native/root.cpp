@@ -48,8 +48,9 @@ int SearchDispatch(int side, int depth, int ply, int alpha, int beta, int nullAl
 }
 
 int RootSearch(int side) {
-  DrawValue[side ? White : Black] = DrawScore;
-  DrawValue[side ? Black : White] = -DrawScore;
+  side = side ? White : Black;
+  DrawValue[side] = DrawScore;
+  DrawValue[1 - side] = -DrawScore;
   StopSearch = 0;
   BestMoveChangeDepth = 0;
   NodeCountdown = 200000;

@@ -18,11 +18,6 @@ int32_t NodeCountdown;
 
 namespace {
 
-// Captures of equal value: a recapture of one of these earns the extension.
-constexpr bool EqualTrade[7][7] = {
-    {0, 0, 0, 0, 0, 0, 0}, {0, 1, 0, 0, 0, 0, 0}, {0, 0, 1, 1, 0, 0, 0}, {0, 0, 1, 1, 0, 0, 0},
-    {0, 0, 0, 0, 1, 0, 0}, {0, 0, 0, 0, 0, 1, 0}, {0, 0, 0, 0, 0, 0, 0}};
-
 // The static evaluation seen from colour Us, with the window turned to White's view.
 template <int Us>
 int StaticValue(int alpha, int beta, int ply) {

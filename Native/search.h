@@ -7,6 +7,12 @@ constexpr int DepthUnit = 60;
 
 extern int32_t NodeCountdown;
 
+// [captured now][captured by the previous move]: the trades of equal value
+// whose recapture earns the recapture extension.
+constexpr bool EqualTrade[7][7] = {
+    {0, 0, 0, 0, 0, 0, 0}, {0, 1, 0, 0, 0, 0, 0}, {0, 0, 1, 1, 0, 0, 0}, {0, 0, 1, 1, 0, 0, 0},
+    {0, 0, 0, 0, 1, 0, 0}, {0, 0, 0, 0, 0, 1, 0}, {0, 0, 0, 0, 0, 0, 0}};
+
 template <int Us>
 int NodeSearch(int depth, int ply, int alpha, int beta, int nullAllowed);
 void UpdatePrincipalVariation(Move move, int ply);

@@ -18,23 +18,9 @@
 
 namespace {
 
-// Leaves of the legal tree below ply: every move made, the mover's king tested.
-template <int Us>
-uint64_t Perft(int depth, int ply) {
-  GenerateMoves<Us>(ply);
-  uint64_t nodes = 0;
-  for (int i = Ply[ply - 1].listEnd; i < Ply[ply].listEnd; ++i) {
-    const Move move = MoveStack[i];
-    MakeMove<Us>(move, ply);
-    if (!InCheck(Us)) nodes += depth > 1 ? Perft<1 - Us>(depth - 1, ply + 1) : 1;
-    UndoMove<Us>(move, ply);
-  }
-  return nodes;
-}
-
 uint64_t PerftOf(const char *fen, int depth) {
   SetFen(fen);
-  return SideToMove ? Perft<White>(depth, 1) : Perft<Black>(depth, 1);
+  return Perft(SideToMove, depth, 1);
 }
 
 struct PerftCase {

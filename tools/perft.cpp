@@ -19,25 +19,6 @@ namespace {
 // every ply's list well inside the move stack.
 constexpr int MaxPerftDepth = 12;
 
-// Leaves below ply for colour Us: every generated move is made and kept only
-// when the mover's king is not left attacked, as the search does.
-template <int Us>
-uint64_t Perft(int depth, int ply) {
-  GenerateMoves<Us>(ply);
-  uint64_t nodes = 0;
-  for (int i = Ply[ply - 1].listEnd; i < Ply[ply].listEnd; ++i) {
-    const Move move = MoveStack[i];
-    MakeMove<Us>(move, ply);
-    if (!InCheck(Us)) nodes += depth > 1 ? Perft<1 - Us>(depth - 1, ply + 1) : 1;
-    UndoMove<Us>(move, ply);
-  }
-  return nodes;
-}
-
-uint64_t PerftOf(int side, int depth, int ply) {
-  return side ? Perft<White>(depth, ply) : Perft<Black>(depth, ply);
-}
-
 // Coordinate text of a move, promotions with a lower-case letter.
 void PrintMove(Move move, unsigned long long nodes) {
   char from[3], to[3];
@@ -75,7 +56,7 @@ int main(int argc, char **argv) {
     for (int i = 1; i <= count; ++i) {
       const Move move = MoveStack[i];
       MakeMove(side, move, 1);
-      const uint64_t nodes = depth > 1 ? PerftOf(1 - side, depth - 1, 2) : 1;
+      const uint64_t nodes = depth > 1 ? Perft(1 - side, depth - 1, 2) : 1;
       UndoMove(side, move, 1);
       total += nodes;
       if (divide) PrintMove(move, nodes);

@@ -1,0 +1,256 @@
+// Move ordering: the staged selectors hand out every move exactly once in
+// their order, and the remembered-move test agrees with the generators.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "attacks.h"
+#include "evasions.h"
+#include "moves.h"
+#include "next.h"
+#include "support/position.h"
+
+namespace {
+
+std::vector<Move> Sorted(std::vector<Move> moves) {
+  std::sort(moves.begin(), moves.end());
+  return moves;
+}
+
+// The generator's list of the side to move at ply 1.
+std::vector<Move> Generated() {
+  Ply[0].listEnd = 1;
+  GenerateMoves(SideToMove, 1);
+  return std::vector<Move>(MoveStack + 1, MoveStack + Ply[1].listEnd);
+}
+
+// Sets up ply 1 as the node search does before its move loop.
+void PrepareNode(Move hash = 0, Move killer1 = 0, Move killer2 = 0) {
+  Ply[0].listEnd = 1;
+  Ply[1].phase = 0;
+  Ply[1].hashMove = hash;
+  Ply[1].killer1 = killer1;
+  Ply[1].killer2 = killer2;
+}
+
+// Everything the selector of the side to move returns at ply 1, checking
+// that it keeps returning 0 afterwards.
+std::vector<Move> Drain(bool evasions) {
+  std::vector<Move> moves;
+  auto next = [&] {
+    if (evasions) return SideToMove ? NextEvasion<White>(1) : NextEvasion<Black>(1);
+    return SideToMove ? NextMove<White>(1) : NextMove<Black>(1);
+  };
+  for (Move m; (m = next()) != 0;) moves.push_back(m);
+  EXPECT_EQ(next(), 0u);
+  EXPECT_EQ(next(), 0u);
+  return moves;
+}
+
+int PseudoLegal(Move move) {
+  return SideToMove ? IsPseudoLegal<White>(move, 1) : IsPseudoLegal<Black>(move, 1);
+}
+
+Move Find(const std::vector<Move> &moves, int from, int to) {
+  for (Move m : moves)
+    if (MoveFrom(m) == from && MoveTo(m) == to) return m;
+  ADD_FAILURE() << "no move " << from << "-" << to;
+  return 0;
+}
+
+const char *const Positions[] = {
+    "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -",
+    "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R b KQkq -",
+    "rnbqkbnr/ppp1p1pp/8/3pPp2/8/8/PPPP1PPP/RNBQKBNR w KQkq f6 0 3",
+    "n1n5/PPPk4/8/8/8/8/4Kppp/5N1N b - - 0 1",
+    "n1n5/PPPk4/8/8/8/8/4Kppp/5N1N w - - 0 1",
+    "r3k2r/8/8/8/8/8/3r4/R3K2R w KQkq -",
+    "r3k2r/8/2B5/8/8/8/8/R3K2R b KQkq -",
+    "rnbqkb1r/pp1p1ppp/4pn2/2p5/2PP4/2N5/PP2PPPP/R1BQKBNR w KQkq - 0 4",
+    "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -",
+};
+
+// Whatever hash move and killers it is given, the selector returns exactly
+// the generated moves, each once, the valid hash move first.
+TEST(NextMove, ReturnsEveryMoveOnce) {
+  for (const char *fen : Positions) {
+    SetFen(fen);
+    if (InCheck(SideToMove)) continue;
+    const std::vector<Move> all = Generated();
+    // Killers are quiet moves only (the node search stores no other).
+    std::vector<Move> quiet;
+    for (Move m : all)
+      if (!MoveCaptured(m) && !MovePromotion(m)) quiet.push_back(m);
+    ASSERT_GE(quiet.size(), 3u) << fen;
+    const Move picks[][3] = {
+        {0, 0, 0}, {all[0], quiet[1], quiet[2]}, {all.back(), quiet[0], quiet.back()}, {quiet[0], quiet[0], quiet[1]}};
+    for (const auto &pick : picks) {
+      PrepareNode(pick[0], pick[1], pick[2]);
+      const std::vector<Move> got = Drain(false);
+      EXPECT_EQ(Sorted(got), Sorted(all)) << fen;
+      if (pick[0]) {
+        EXPECT_EQ(got.front(), pick[0]) << fen;
+      }
+    }
+  }
+}
+
+// Good captures, killers, history picks, the rest from the end, losing
+// captures last.
+TEST(NextMove, StagesComeInOrder) {
+  // Qxd6 wins a pawn; Nxe5 loses the knight for a pawn.
+  SetFen("4k3/8/3p4/4p3/8/5N2/8/3QK3 w - - 0 1");
+  const std::vector<Move> all = Generated();
+  const Move winning = Find(all, D1, D6), losing = Find(all, F3, E5);
+  const Move killer1 = Find(all, E1, F2), killer2 = Find(all, D1, A4);
+  const Move history[4] = {Find(all, F3, G5), Find(all, D1, D4), Find(all, E1, E2), Find(all, F3, H4)};
+  ClearHistory();
+  for (int i = 0; i < 4; ++i) History[White][history[i] & 4095] = 40 - 10 * i;
+  // The killer's own counter must not bring it back.
+  History[White][killer1 & 4095] = 100;
+
+  PrepareNode(0, killer1, killer2);
+  const std::vector<Move> got = Drain(false);
+  ASSERT_EQ(got.size(), all.size());
+  EXPECT_EQ(got[0], winning);
+  EXPECT_EQ(got[1], killer1);
+  EXPECT_EQ(got[2], killer2);
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(got[3 + i], history[i]);
+  EXPECT_EQ(got.back(), losing);
+
+  // The rest: the quiet moves from the last generated to the first.
+  Ply[0].listEnd = 1;
+  GenerateNonCaptures<White>(1, 1);
+  std::vector<Move> rest;
+  for (int i = Ply[1].listEnd - 1; i >= 1; --i) {
+    const Move m = MoveStack[i];
+    if (std::find(got.begin(), got.begin() + 7, m) == got.begin() + 7) rest.push_back(m);
+  }
+  EXPECT_EQ(std::vector<Move>(got.begin() + 7, got.end() - 1), rest);
+  ClearHistory();
+}
+
+// With every counter 0 the first history pick is the earliest entry left,
+// which is the losing capture in front of the quiet moves.
+TEST(NextMove, LosingCaptureCanRankAmongTheHistoryPicks) {
+  SetFen("4k3/8/3p4/4p3/8/5N2/8/3QK3 w - - 0 1");
+  ClearHistory();
+  const std::vector<Move> all = Generated();
+  PrepareNode();
+  const std::vector<Move> got = Drain(false);
+  ASSERT_GE(got.size(), 2u);
+  EXPECT_EQ(got[0], Find(all, D1, D6));
+  EXPECT_EQ(got[1], Find(all, F3, E5));
+}
+
+TEST(NextMove, HashMoveComesBeforeAnyGeneration) {
+  SetFen("4k3/8/3p4/4p3/8/5N2/8/3QK3 w - - 0 1");
+  const std::vector<Move> all = Generated();
+  const Move capture = Find(all, D1, D6);
+  PrepareNode(capture);
+  EXPECT_EQ(NextMove<White>(1), capture);
+  EXPECT_EQ(Ply[1].listEnd, Ply[0].listEnd);  // nothing generated yet
+  const Move second = NextMove<White>(1);
+  EXPECT_NE(second, capture);
+  EXPECT_EQ(Ply[1].hashMove, 0u);  // found among the captures and removed
+
+  // A stale hash move (blocked path, wrong victim, moved piece) is skipped.
+  const Move stale[] = {MoveWord(D1, D8, Queen), MoveWord(D1, D6, Queen, Knight), MoveWord(C1, C4, Bishop),
+                        MoveWord(F3, E5, Knight, Queen)};
+  PrepareNode();
+  const std::vector<Move> plain = Drain(false);
+  for (Move m : stale) {
+    EXPECT_EQ(PseudoLegal(m), 0);
+    PrepareNode(m);
+    EXPECT_EQ(Drain(false), plain);
+  }
+}
+
+TEST(NextMove, KillersAreCheckedAndNotRepeated) {
+  SetFen("4k3/8/3p4/4p3/8/5N2/8/3QK3 w - - 0 1");
+  const std::vector<Move> all = Generated();
+  const Move quiet = Find(all, E1, F2);
+  // The killer equal to the hash move comes once; a killer whose
+  // destination is taken is skipped.
+  PrepareNode(quiet, quiet, MoveWord(D1, D6, Queen));
+  std::vector<Move> got = Drain(false);
+  EXPECT_EQ(std::count(got.begin(), got.end(), quiet), 1);
+  EXPECT_EQ(Sorted(got), Sorted(all));
+  EXPECT_EQ(PseudoLegal(MoveWord(D1, D6, Queen)), 0);  // d6 holds a pawn
+  EXPECT_EQ(PseudoLegal(MoveWord(E1, E2, King)), 1);
+}
+
+TEST(IsPseudoLegal, CastlingNeedsRightsEmptySquaresAndSafePassage) {
+  SetFen("r3k2r/8/8/8/8/8/8/R3K2R w KQkq -");
+  EXPECT_EQ(PseudoLegal(MoveWord(E1, G1, King)), 1);
+  EXPECT_EQ(PseudoLegal(MoveWord(E1, C1, King)), 1);
+  SetFen("r3k2r/8/8/8/8/8/8/R3K2R w Kkq -");  // queen side right gone
+  EXPECT_EQ(PseudoLegal(MoveWord(E1, C1, King)), 0);
+  SetFen("r3k2r/8/8/8/8/8/8/RN2K1NR w KQkq -");  // b1 and g1 occupied
+  EXPECT_EQ(PseudoLegal(MoveWord(E1, C1, King)), 0);
+  EXPECT_EQ(PseudoLegal(MoveWord(E1, G1, King)), 0);
+  SetFen("r3k2r/8/8/8/8/8/3r4/R3K2R w KQkq -");  // d1 attacked
+  EXPECT_EQ(PseudoLegal(MoveWord(E1, C1, King)), 0);
+  EXPECT_EQ(PseudoLegal(MoveWord(E1, G1, King)), 1);
+  SetFen("r3k2r/8/8/8/8/8/6r1/R3K2R b KQkq -");  // Black: nothing attacks e8, f8, g8
+  EXPECT_EQ(PseudoLegal(MoveWord(E8, G8, King)), 1);
+  SetFen("r3k2r/8/8/8/8/8/8/R3K1RR b KQkq -");  // g8 attacked by the g1 rook
+  EXPECT_EQ(PseudoLegal(MoveWord(E8, G8, King)), 0);
+  EXPECT_EQ(PseudoLegal(MoveWord(E8, C8, King)), 1);
+}
+
+// Any move word of any of the positions is accepted exactly when the
+// generator of the current position produces it.
+TEST(IsPseudoLegal, AgreesWithTheGenerator) {
+  std::vector<Move> words[2];
+  for (const char *fen : Positions) {
+    SetFen(fen);
+    for (Move m : Generated()) words[SideToMove].push_back(m);
+  }
+  for (const char *fen : Positions) {
+    SetFen(fen);
+    const std::vector<Move> all = Generated();
+    for (Move m : words[SideToMove]) {
+      const bool generated = std::find(all.begin(), all.end(), m) != all.end();
+      EXPECT_EQ(PseudoLegal(m), generated ? 1 : 0) << fen << " move " << m;
+    }
+  }
+}
+
+TEST(NextEvasion, HashMoveFirstThenEveryEvasionOnce) {
+  const char *fens[] = {"4k3/8/8/8/8/8/3q4/R3K2R w KQ -", "r3k2r/8/8/1B6/8/8/8/4K3 b kq -",
+                        "4k3/8/8/8/1b6/8/8/RN2K2R w KQ -"};
+  for (const char *fen : fens) {
+    SetFen(fen);
+    ASSERT_TRUE(InCheck(SideToMove)) << fen;
+    Ply[0].listEnd = 1;
+    if (SideToMove) GenerateEvasions<White>(1); else GenerateEvasions<Black>(1);
+    const std::vector<Move> all(MoveStack + 1, MoveStack + Ply[1].listEnd);
+    ASSERT_FALSE(all.empty()) << fen;
+    PrepareNode();
+    EXPECT_EQ(Sorted(Drain(true)), Sorted(all)) << fen;
+    PrepareNode(all.back());
+    const std::vector<Move> got = Drain(true);
+    EXPECT_EQ(got.front(), all.back()) << fen;
+    EXPECT_EQ(Sorted(got), Sorted(all)) << fen;
+  }
+}
+
+// A safe capture of the checker comes before an interposition that only
+// loses the piece.
+TEST(NextEvasion, CapturesBeforeLosingBlocks) {
+  // The rook on e8 gives check; Nxe8 wins it, Be3 blocks where it is lost.
+  SetFen("4r2k/8/5N2/8/8/8/8/2B1K3 w - -");
+  PrepareNode();
+  const std::vector<Move> got = Drain(true);
+  ASSERT_FALSE(got.empty());
+  EXPECT_EQ(MoveTo(got.front()), E8);
+  EXPECT_EQ(MovePiece(got.front()), Knight);
+  const auto block = std::find_if(got.begin(), got.end(), [](Move m) { return MovePiece(m) == Bishop; });
+  ASSERT_NE(block, got.end());
+  // The king steps aside for nothing, so every king move comes first.
+  for (auto it = block; it != got.end(); ++it) EXPECT_NE(MovePiece(*it), King);
+}
+
+}  // namespace

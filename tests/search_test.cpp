@@ -1,0 +1,244 @@
+// The node search called directly: its cuts, leaves, stores and stop, the
+// limits of the ply records and the move stack, and the node counts that
+// pin down the search's behaviour.
+#define VARN_BUILDING_LIBRARY
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <string>
+#include <thread>
+
+#include "attacks.h"
+#include "hash.h"
+#include "interface.h"
+#include "make.h"
+#include "moves.h"
+#include "phase.h"
+#include "root.h"
+#include "score.h"
+#include "timer.h"
+#include "search.h"
+#include "undo.h"
+#include "varn504.h"
+
+// Counts the heap allocations made while Counting is set. The replacements
+// pair malloc with free, which the compiler cannot see through new and delete
+// expressions once they are inlined.
+#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
+namespace {
+std::atomic<bool> Counting{false};
+std::atomic<int> Allocations{0};
+}  // namespace
+
+void *operator new(std::size_t size) {
+  if (Counting) Allocations++;
+  if (void *p = std::malloc(size ? size : 1)) return p;
+  throw std::bad_alloc();
+}
+void operator delete(void *p) noexcept { std::free(p); }
+void operator delete(void *p, std::size_t) noexcept { std::free(p); }
+
+namespace {
+
+class Node : public testing::Test {
+ protected:
+  void SetUp() override {
+    const VarnCallbacks callbacks{};
+    VarnInit(&callbacks, 0, 1024);
+  }
+  void TearDown() override { VarnQuit(); }
+
+  // Sets the position and prepares the search state as the root does, so
+  // that a node of the side to move can be searched at ply; the records
+  // below it say that a move (not a null move) led there.
+  static void Prepare(const char *fen, int ply) {
+    std::string text = fen;
+    VarnSetPosition(text.data());
+    ResetSearchState();
+    DerivePositionState();
+    DrawValue[SideToMove] = DrawScore;
+    DrawValue[1 - SideToMove] = -DrawScore;
+    PrepareSearchTables(SideToMove);
+    StopSearch = 0;
+    NodeCountdown = 200000;
+    NodeCount = 0;
+    for (int p = 0; p < ply; ++p) {
+      Ply[p].listEnd = 1;
+      Ply[p].move = p ? MoveWord(A1, A1, Pawn) : 0;  // never matches a real destination square
+      Ply[p].recaptured = 0;
+      Ply[p].epSquare = Ply[0].epSquare;
+    }
+    Ply[ply].pawnKey = Ply[1].pawnKey;
+    Ply[ply].pieceKey = Ply[1].pieceKey;
+    // Keys no position has, so that the records below repeat nothing.
+    for (int p = 1; p < ply; ++p) Ply[p].pawnKey = Ply[p].pieceKey = uint64_t(p);
+    Ply[ply].inCheck = InCheck(SideToMove);
+  }
+
+  static int Search(int depth, int ply, int alpha, int beta, int nullAllowed = 1) {
+    return SearchDispatch(SideToMove, depth, ply, alpha, beta, nullAllowed);
+  }
+};
+
+TEST_F(Node, MateDistanceCutCountsTheNodeOnly) {
+  Prepare(StartFen, 5);
+  EXPECT_EQ(Search(600, 5, 29994, 29999), 29994);
+  EXPECT_EQ(NodeCount, 1u);
+  EXPECT_EQ(HashDepth(ProbeHash(SideToMove, 600, 5)), 0);
+}
+
+TEST_F(Node, MateAndStalemateAreExactResults) {
+  Prepare("7k/8/8/8/8/8/5PPP/r5K1 w - -", 3);
+  ASSERT_EQ(Ply[3].inCheck, 1);
+  EXPECT_EQ(Search(120, 3, -30000, 30000), 3 - 30000);
+  const HashEntry *entry = ProbeHash(White, 120, 3);
+  ASSERT_NE(entry, nullptr);
+  EXPECT_EQ(HashDepth(entry), 120);
+  EXPECT_EQ(HashFlags(entry), HashBoundExact);
+  EXPECT_EQ(HashMove(entry), 0u);
+
+  Prepare("7k/5Q2/6K1/8/8/8/8/8 b - -", 4);
+  DrawValue[Black] = -37;
+  EXPECT_EQ(Search(120, 4, -30000, 30000), -37);
+}
+
+// Quiescence has no legality test: a capture of the king refutes the move
+// before it.
+TEST_F(Node, KingCaptureReturnsBeta) {
+  Prepare("4k3/4r3/8/8/8/8/4B3/4K3 w - -", 1);
+  const Move exposing = MoveWord(E2, D3, Bishop);
+  MakeMove<White>(exposing, 1);
+  Ply[1].listEnd = 1;
+  EXPECT_EQ(NodeSearch<Black>(0, 2, -5000, 5000, 0), 5000);
+  UndoMove<White>(exposing, 1);
+  EXPECT_EQ(PositionIsConsistent(), 1);
+}
+
+TEST_F(Node, FrontierNodeStandsOnItsEvaluation) {
+  Prepare("r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq -", 3);
+  FutilityPruning = 0;
+  const int v = Evaluate(White, -600, -500, 3);
+  ASSERT_GE(v, -500);
+  EXPECT_EQ(Search(60, 3, -600, -500), v);
+  EXPECT_EQ(NodeCount, 1u);
+}
+
+// At the last records and at the end of the move stack a node answers with
+// its static value instead of writing past either array.
+TEST_F(Node, StopsShortAtTheEndOfTheRecordsAndTheStack) {
+  for (int ply : {MaxPly - 1, MaxPly - 2, MaxPly - 3, MaxPly - 5}) {
+    Prepare("r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -", ply);
+    const int s = Search(600, ply, -30000, 30000);
+    EXPECT_GT(s, -MateThreshold) << ply;
+    EXPECT_LT(s, MateThreshold) << ply;
+    EXPECT_EQ(PositionIsConsistent(), 1) << ply;
+  }
+  Prepare("r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -", 2);
+  for (int start : {MoveStackSize - 60, MoveStackSize - 1, MoveStackSize}) {
+    Ply[1].listEnd = start;
+    const int s = Search(300, 2, -30000, 30000);
+    EXPECT_GT(s, -MateThreshold) << start;
+    EXPECT_EQ(PositionIsConsistent(), 1) << start;
+  }
+}
+
+TEST_F(Node, PrincipalVariationCopyStaysInTheRow) {
+  for (int i = 0; i < MaxPly; ++i) Ply[MaxPly - 1].pvRow[i] = MoveWord(E2, E4, Pawn);
+  UpdatePrincipalVariation(MoveWord(D2, D4, Pawn), MaxPly - 2);
+  EXPECT_EQ(Ply[MaxPly - 2].pvRow[MaxPly - 2], MoveWord(D2, D4, Pawn));
+  EXPECT_EQ(Ply[MaxPly - 2].pvRow[MaxPly - 1], MoveWord(E2, E4, Pawn));
+
+  Ply[6].pvRow[6] = MoveWord(G1, F3, Knight);
+  Ply[6].pvRow[7] = 0;
+  Ply[5].pvRow[7] = MoveWord(A2, A3, Pawn);
+  UpdatePrincipalVariation(MoveWord(B1, C3, Knight), 5);
+  EXPECT_EQ(Ply[5].pvRow[5], MoveWord(B1, C3, Knight));
+  EXPECT_EQ(Ply[5].pvRow[6], MoveWord(G1, F3, Knight));
+  EXPECT_EQ(Ply[5].pvRow[7], 0u);  // the terminating word is copied too
+}
+
+// A stop makes a full-width node return 0 after its first legal move and
+// store nothing; the periodic check never clears it.
+TEST_F(Node, StopReturnsZeroWithoutStoring) {
+  Prepare("r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq -", 2);
+  VarnSetInfinite();
+  StopSearch = 1;
+  NodeCountdown = 1;
+  EXPECT_EQ(Search(480, 2, -30000, 30000), 0);
+  EXPECT_EQ(StopSearch, 1);
+  EXPECT_EQ(HashDepth(ProbeHash(White, 480, 2)), 0);
+  EXPECT_EQ(PositionIsConsistent(), 1);
+}
+
+TEST_F(Node, SearchAllocatesNothing) {
+  std::string fen = "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -";
+  VarnSetPosition(fen.data());
+  VarnSetDepth(6);
+  Allocations = 0;
+  Counting = true;
+  VarnAnalyse(0);
+  Counting = false;
+  EXPECT_EQ(Allocations, 0);
+}
+
+std::atomic<int64_t> FakeNowMs{0};
+int64_t FakeClockMs() { return FakeNowMs; }
+
+// Pondering ignores the clock however far it runs; the ponder hit restarts
+// it, and a budget already spent then ends the search.
+TEST_F(Node, PonderHitHandsTheSearchToTheClock) {
+  ReadClockMs = FakeClockMs;
+  FakeNowMs = 0;
+  std::string fen = "r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq -";
+  VarnSetPosition(fen.data());
+  VarnSetTime(1, 10);
+  std::atomic<bool> done{false};
+  std::thread searcher([&] {
+    EXPECT_EQ(VarnAnalyse(1), 0);
+    done = true;
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));  // the search starts its clock at 0
+  FakeNowMs = 1000000;
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  EXPECT_FALSE(done);
+  VarnPonderingOff();
+  EXPECT_EQ(PonderedMs, 1000000);
+  FakeNowMs += 20000;
+  for (int i = 0; i < 1000 && !done; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  EXPECT_TRUE(done);
+  if (!done) VarnStopAnalyse();
+  searcher.join();
+  ReadClockMs = SystemClockMs;
+}
+
+// The node counts of a fresh engine at small depths. They are a signature
+// of the search: any change of ordering, pruning, extensions or evaluation
+// changes them, and then they are to be updated deliberately.
+TEST_F(Node, NodeCountsArePinned) {
+  struct Case {
+    const char *fen;
+    int depth;
+    uint32_t nodes;
+  };
+  const Case cases[] = {
+      {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -", 6, 38749},
+      {"r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -", 5, 39036},
+      {"8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -", 8, 79265},
+      {"r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/2N2N2/PP2BPPP/R2QKB1R b KQ -", 6, 98192},
+  };
+  for (const Case &c : cases) {
+    for (int run = 0; run < 2; ++run) {
+      TearDown();
+      SetUp();
+      std::string text = c.fen;
+      VarnSetPosition(text.data());
+      VarnSetDepth(c.depth);
+      VarnAnalyse(0);
+      EXPECT_EQ(NodeCount, c.nodes) << c.fen;
+    }
+  }
+}
+
+}  // namespace

@@ -100,7 +100,7 @@ trap 'wineserver -k >/dev/null 2>&1 || true' EXIT
 # Runs a program of the Windows build from its directory; output without CRs.
 runwin() { (cd "$win" && timeout 300 "$wine_cmd" "$@" 2>/dev/null | tr -d '\r'); }
 # Report lines without the figures that depend on the machine's speed.
-normalise() { sed -E 's/ (time|nps|hashfull) [0-9]+//g; s/ +[0-9.]+ s / /; /^(time|nps) /d'; }
+normalise() { sed -E 's/ (time|nps|hashfull) [0-9]+//g; s/ +[0-9.]+ (s|nps)( |$)/ /g; /^(time|nps) /d'; }
 
 failed=0
 fail() { echo "test-windows: FAIL: $*" >&2; failed=1; }

@@ -156,6 +156,14 @@ extern Bitboard Between[64][64];
 extern uint8_t Distance[64][64];
 extern uint8_t FileDistance[64][64];
 
+// Rank counted from colour Us's own side (0 = its first rank).
+template <int Us>
+constexpr int RelativeRank(int s) { return Us == White ? Rank(s) : 7 - Rank(s); }
+
+// The most advanced square of colour Us in a non-empty set.
+template <int Us>
+inline int MostAdvanced(Bitboard set) { return Us == White ? HighestSquare(set) : LowestSquare(set); }
+
 // Puts square s into, or takes it out of, the three rotated boards.
 inline void SetRotated(int s) {
   RotatedFile |= SetMaskFile[s];

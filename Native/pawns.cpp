@@ -40,14 +40,6 @@ constexpr int PawnEndingScore = 600;
 
 PawnEntry FallbackPawnTable[FallbackPawnHashSlots];
 
-// Rank counted from colour Us's own side.
-template <int Us>
-constexpr int RelativeRank(int s) { return Us == White ? Rank(s) : 7 - Rank(s); }
-
-// The most advanced pawn of colour Us in a non-empty set.
-template <int Us>
-int MostAdvanced(Bitboard pawns) { return Us == White ? HighestSquare(pawns) : LowestSquare(pawns); }
-
 // Square values and structure terms of colour Us's pawns, from Us's view;
 // also counts their square colours and marks their passed files.
 template <int Us>

@@ -155,9 +155,6 @@ void SplitByColour(const int (&printed)[64], int32_t (&tables)[2][64]) {
 template <int Us>
 constexpr int Relative(int s) { return Us == White ? s : s ^ 56; }
 
-template <int Us>
-constexpr int RelativeRank(int s) { return Us == White ? Rank(s) : 7 - Rank(s); }
-
 // The Board code of colour Us's piece of the given kind.
 template <int Us>
 constexpr int Code(int kind) { return Us == White ? kind : -kind; }
@@ -165,10 +162,6 @@ constexpr int Code(int kind) { return Us == White ? kind : -kind; }
 // 1 when the Board code belongs to colour Us.
 template <int Us>
 constexpr bool Owns(int code) { return Us == White ? code > 0 : code < 0; }
-
-// The most advanced pawn of colour Us in a non-empty set.
-template <int Us>
-int MostAdvanced(Bitboard pawns) { return Us == White ? HighestSquare(pawns) : LowestSquare(pawns); }
 
 // 1 when square a lies behind square b on their file, seen by colour Us.
 template <int Us>

@@ -148,9 +148,7 @@ int NodeSearch(int depth, int ply, int alpha, int beta, int nullAllowed) {
   if (entry && HashDepth(entry)) {
     const int flags = HashFlags(entry);
     if (HashDepth(entry) >= depth) {
-      int s = HashStoredScore(entry);
-      if (s > MateThreshold) s -= ply;
-      else if (s < -MateThreshold) s += ply;
+      const int s = HashScore(entry, ply);
       if (flags & HashBoundExact) return s;
       if (flags & HashBoundLower) {
         if (s >= beta) return s;

@@ -31,14 +31,21 @@ endforeach()
 install(FILES ${CMAKE_SOURCE_DIR}/doc/varn.6 DESTINATION ${CMAKE_INSTALL_MANDIR}/man6)
 install(FILES ${CMAKE_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/varn RENAME copyright)
 
-# pkg-config: paths relative to the .pc file, so the files can be moved or
-# installed under any --prefix after configuring.
-file(RELATIVE_PATH varn_pc_to_prefix ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
-string(REGEX REPLACE "/$" "" varn_pc_to_prefix "${varn_pc_to_prefix}")
-file(RELATIVE_PATH varn_prefix_to_lib ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_LIBDIR})
-file(RELATIVE_PATH varn_prefix_to_include ${CMAKE_INSTALL_PREFIX} ${CMAKE_INSTALL_FULL_INCLUDEDIR})
-configure_file(${CMAKE_SOURCE_DIR}/cmake/varn504.pc.in ${CMAKE_BINARY_DIR}/varn504.pc @ONLY)
-install(FILES ${CMAKE_BINARY_DIR}/varn504.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+# pkg-config: written when installing, so that it names the prefix actually
+# installed to (cmake --install --prefix, or /usr for the package).
+foreach(dir LIBDIR INCLUDEDIR)
+  if(IS_ABSOLUTE ${CMAKE_INSTALL_${dir}})
+    set(varn_pc_${dir} ${CMAKE_INSTALL_${dir}})
+  else()
+    set(varn_pc_${dir} "\${prefix}/${CMAKE_INSTALL_${dir}}")
+  endif()
+endforeach()
+install(CODE "
+  set(PROJECT_VERSION [[${PROJECT_VERSION}]])
+  set(varn_pc_LIBDIR [[${varn_pc_LIBDIR}]])
+  set(varn_pc_INCLUDEDIR [[${varn_pc_INCLUDEDIR}]])
+  configure_file([[${CMAKE_SOURCE_DIR}/cmake/varn504.pc.in]] [[${CMAKE_BINARY_DIR}/pkgconfig/varn504.pc]] @ONLY)")
+install(FILES ${CMAKE_BINARY_DIR}/pkgconfig/varn504.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
 # CMake: find_package(Varn504) gives the imported target Varn504::Varn504.
 set(varn_cmake_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Varn504)

@@ -43,6 +43,7 @@ windows)
   rm -rf "$stage" "$stage.zip"
   mkdir -p "$stage"
   cp "$build/Varn504.dll" "$build/varn.exe" Native/varn504.h "$stage/"
+  if command -v i686-w64-mingw32-strip >/dev/null; then i686-w64-mingw32-strip "$stage/varn.exe"; fi
   # Windows line ends, so that any editor shows the texts as written.
   sed 's/$/\r/' LICENSE >"$stage/LICENSE.txt"
   sed 's/$/\r/' >"$stage/README.txt" <<TEXT

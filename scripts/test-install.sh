@@ -44,8 +44,9 @@ soname=$(objdump -p "$libdir/libVarn504.so.1" | awk '$1 == "SONAME" {print $2}')
 [ "$soname" = libVarn504.so.1 ] || fail "SONAME is '$soname', not libVarn504.so.1"
 apt-get install -s "$PWD/$deb" >"$work/apt.log" 2>&1 || { cat "$work/apt.log" >&2; fail "apt-get would not install $deb"; }
 
-# The example through pkg-config, seeing only the unpacked .pc file.
-export PKG_CONFIG_LIBDIR=$libdir/pkgconfig PKG_CONFIG_PATH=
+# The example through pkg-config, seeing only the unpacked .pc file, whose
+# /usr paths are read below the scratch root.
+export PKG_CONFIG_LIBDIR=$libdir/pkgconfig PKG_CONFIG_PATH= PKG_CONFIG_SYSROOT_DIR=$root
 mkdir -p "$work/pc"
 make -s -f "$source_dir/examples/Makefile" -C "$work/pc" VPATH="$source_dir/examples" \
   LDFLAGS="-Wl,-rpath,$(pkg-config --variable=libdir varn504)" analyse

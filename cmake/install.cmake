@@ -13,8 +13,8 @@ include(CMakePackageConfigHelpers)
 set_target_properties(Varn504 PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
 target_include_directories(Varn504 INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 
-# The installed host finds the library by its SONAME in the library directory,
-# at the same place relative to its own as after installation.
+# The installed host looks for the library by its SONAME in the installation's
+# library directory, named relative to the host's own directory.
 if(TARGET varn)
   file(RELATIVE_PATH varn_bin_to_lib ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
   target_compile_definitions(varn PRIVATE VARN_LIBRARY_FROM_BINDIR="${varn_bin_to_lib}/"

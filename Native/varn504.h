@@ -1,6 +1,7 @@
 /* The library's public surface: eighteen C functions and the host's table of
-   six callbacks. Hosts that load the library at run time use these types for
-   the addresses they look up. */
+   six callbacks, usable from C and C++. Hosts that link the library call the
+   functions declared below; hosts that load it at run time use the pointer
+   types for the addresses they look up. */
 #ifndef VARN504_H
 #define VARN504_H
 
@@ -40,11 +41,12 @@ typedef void (*VarnSetStartPositionFn)(void);
 typedef void (*VarnSetTimeFn)(int32_t moves, int32_t seconds);
 typedef void (*VarnStopAnalyseFn)(void);
 
-#ifdef VARN_BUILDING_LIBRARY
-#if defined(_WIN32)
-#define VARN_EXPORT
-#else
+/* Only the library's own build marks the functions for export (Windows names
+   them in its module-definition file instead). */
+#if defined(VARN_BUILDING_LIBRARY) && !defined(_WIN32)
 #define VARN_EXPORT __attribute__((visibility("default")))
+#else
+#define VARN_EXPORT
 #endif
 /* Searches the current position; 1 when the side to move has no legal move. */
 VARN_EXPORT int32_t VarnAnalyse(int32_t ponder);
@@ -77,7 +79,6 @@ VARN_EXPORT void VarnSetStartPosition(void);
 VARN_EXPORT void VarnSetTime(int32_t moves, int32_t seconds);
 /* From a second thread: the running search returns promptly. */
 VARN_EXPORT void VarnStopAnalyse(void);
-#endif
 
 #ifdef __cplusplus
 }

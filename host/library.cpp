@@ -79,6 +79,12 @@ bool Bind(ModuleHandle module, const char *name, Fn &slot, std::string &error) {
 bool LoadVarnLibrary(std::string &error) {
   const std::string besideExecutable = ExecutableDirectory() + LibraryFile;
   ModuleHandle module = OpenLibrary(besideExecutable);
+#ifdef VARN_LIBRARY_SONAME
+  // Installed: the library directory relative to the executable's, then the
+  // loader's search path, both by the library's SONAME.
+  if (!module) module = OpenLibrary(ExecutableDirectory() + VARN_LIBRARY_FROM_BINDIR VARN_LIBRARY_SONAME);
+  if (!module) module = OpenLibrary(VARN_LIBRARY_SONAME);
+#endif
   if (!module) module = OpenLibrary(LibraryFile);
   if (!module) {
     error = std::string("cannot load ") + LibraryFile + ": " + LastLoaderError();

@@ -26,7 +26,8 @@ export function drawGraph(svg, evals, verdicts, cursor, onPick) {
   svg.style.display = evals.length ? '' : 'none';
   if (evals.length === 0) return;
   const points = evals.map((score, i) => [graphX(i, evals.length), graphY(score)]);
-  const area = `M${points[0][0]},${Height / 2} ` + points.map(([x, y]) => `L${x},${y}`).join(' ') + ` L${points.at(-1)[0]},${Height / 2} Z`;
+  // White's share is the light area under the line.
+  const area = `M${points[0][0]},${Height} ` + points.map(([x, y]) => `L${x},${y}`).join(' ') + ` L${points.at(-1)[0]},${Height} Z`;
   svg.append(element('rect', { x: 0, y: 0, width: Width, height: Height, class: 'graph-back' }));
   svg.append(element('path', { d: area, class: 'graph-area' }));
   svg.append(element('line', { x1: 0, y1: Height / 2, x2: Width, y2: Height / 2, class: 'graph-axis' }));

@@ -146,7 +146,17 @@ function newGame(start, moves = []) {
   drawGraph($('graph'), [], [], 0, goTo);
   $('review-summary').textContent = '';
   $('result').textContent = '';
+  clearAnalysis();
   render();
+}
+
+function clearAnalysis() {
+  for (const id of ['depth', 'score', 'nps']) $(id).textContent = '–';
+  $('pv').textContent = mode === 'analysis' ? '' : 'Start the analysis to see Varn\'s line.';
+  delete $('pv').dataset.depth;
+  $('eval-white').style.height = '50%';
+  $('eval-text').textContent = '0.00';
+  for (const side of ['w', 'b']) $(`clock-${side}`).querySelector('b').textContent = '–';
 }
 
 $('fen-form').addEventListener('submit', (event) => {
@@ -221,6 +231,7 @@ $('analyse').onclick = async () => {
     mode = 'idle';
     analysisRun += 1;
     await stopSearch();
+    $('analyse').dataset.stopMs = String(engine.lastStopMs);
     $('analyse').textContent = 'Start analysis';
     $('analyse').classList.remove('running');
     return;
@@ -267,6 +278,7 @@ $('play').onclick = () => {
   $('result').textContent = '';
   $('resign').disabled = false;
   board.setOrientation(play.human === 'w' ? COLOR.white : COLOR.black);
+  clearAnalysis();
   say('');
   render();
   if (game.chess().turn() !== play.human) engineMove();
@@ -379,7 +391,8 @@ $('review').onclick = async () => {
   const whiteFirst = game.chess(0).turn() === 'w';
   review = { evals, verdicts: judgeMoves(evals, whiteFirst) };
   const count = (what) => review.verdicts.filter((v) => v === what).length;
-  $('review-summary').textContent = `${count('mistake')} mistakes and ${count('blunder')} blunders. Click the graph to see a position.`;
+  const plural = (n, word) => `${n} ${word}${n === 1 ? '' : 's'}`;
+  $('review-summary').textContent = `${plural(count('mistake'), 'mistake')} and ${plural(count('blunder'), 'blunder')}. Click the graph to see a position.`;
   render();
 };
 

@@ -83,6 +83,7 @@ export class VarnEngine {
       return { noMove: done.noMove, best: exact.at(-1) || null, last: lines.at(-1) || null, nodes: done.nodes, ms: done.ms };
     } finally {
       clearInterval(search.stopping);
+      if (search.stopping) this.lastStopMs = performance.now() - search.stopAt;
       this.searching = null;
     }
   }
@@ -93,6 +94,7 @@ export class VarnEngine {
     const search = this.searching;
     if (!search || search.stopping) return;
     Atomics.store(this.stopWord, 0, 1);
+    search.stopAt = performance.now();
     search.stopping = setInterval(() => Atomics.store(this.stopWord, 0, 1), 10);
   }
 

@@ -189,8 +189,14 @@ function sendPosition(index = game.cursor) {
 function showLine(line, fen) {
   const white = fen.split(' ')[1] === 'w';
   $('depth').textContent = String(line.depth);
-  $('score').textContent = scoreText(line.score, white) + (line.kind === 'exact' ? '' : line.kind === 'lower' ? ' (at least)' : ' (at most)');
   $('nps').textContent = line.nps.toLocaleString('en');
+  if (line.kind !== 'exact') {
+    // A bound from a re-searched window: the last full line stays shown.
+    const bound = (line.kind === 'lower') === white ? 'at least' : 'at most';
+    $('score').textContent = `${scoreText(line.score, white)} (${bound})`;
+    return;
+  }
+  $('score').textContent = scoreText(line.score, white);
   $('pv').textContent = lineSan(fen, line.moves);
   $('pv').dataset.depth = String(line.depth);
   $('pv').dataset.moves = line.moves.join(' ');

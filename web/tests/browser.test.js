@@ -48,6 +48,8 @@ async function clickMove(from, to) {
   await clickSquare(from);
   await clickSquare(to);
   await page.waitForFunction((old) => document.getElementById('fen').value !== old, before);
+  // The board ignores clicks while its pieces are still moving.
+  await page.waitForTimeout(250);
 }
 
 async function loadFen(text) {
@@ -157,6 +159,12 @@ describe('analysis board', () => {
     assert.equal(await page.getAttribute('#moves .move.current', 'data-ply'), '6');
     assert.equal((await fen()).split(' ')[0], 'r1bqkbnr/pppp1ppp/8/4p3/2BnP3/5N2/PPPP1PPP/RNBQK2R');
     await page.screenshot({ path: `${shots}review.png` });
+    // Analysis on a reviewed position: the page as the README shows it.
+    await page.click('#analyse');
+    await page.waitForFunction(() => Number(document.getElementById('pv').dataset.depth) >= 8, null, { timeout: 60000 });
+    await page.screenshot({ path: `${shots}page.png` });
+    await page.click('#analyse');
+    await page.waitForFunction(() => document.getElementById('analyse').textContent === 'Start analysis');
   });
 });
 

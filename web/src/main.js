@@ -269,10 +269,12 @@ function showClocks() {
   }
 }
 
-$('play').onclick = () => {
+$('play').onclick = async () => {
   if (!engine) return say('The engine is still loading.');
   if (mode === 'analysis') $('analyse').click();
   if (mode === 'review') stopReview();
+  if (mode === 'play') endGame('Game abandoned.');
+  await stopSearch();
   if (game.chess().isGameOver()) return say('The game is already over in this position.');
   const [base, increment] = $('time-control').value.split('+').map(Number);
   game.moves.length = game.cursor;
@@ -318,6 +320,7 @@ function afterMove() {
 }
 
 async function engineMove() {
+  const current = play;
   const side = game.chess().turn();
   const fen = game.fen();
   const left = play.clock[side] - (performance.now() - play.turnStart);
@@ -329,11 +332,12 @@ async function engineMove() {
   const guard = setTimeout(() => engine.stop(), Math.max(50, left - 100));
   let result = await engine.analyse();
   clearTimeout(guard);
-  if (play.over || mode !== 'play') return;
+  if (current !== play || play.over) return;
   if (!result.best && !result.noMove) {
     // Too little time for the five plies after which the engine reports.
     engine.setDepth(5);
     result = await engine.analyse();
+    if (current !== play || play.over) return;
   }
   const best = result.best && moveObject(result.best.moves[0]);
   const legal = game.chess().moves({ verbose: true });
@@ -381,6 +385,7 @@ $('review').onclick = async () => {
   if (mode === 'play') return say('Finish the game first.');
   if (game.length === 0) return say('There is no game to review: load a PGN or play some moves.');
   const [kind, value] = $('review-limit').value.split(':');
+  await stopSearch();
   mode = 'review';
   $('review').textContent = 'Stop review';
   const progress = $('review-progress');

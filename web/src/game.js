@@ -1,0 +1,90 @@
+// The game on the page: a start position and a line of moves, with a cursor
+// on the position shown. Moves are coordinate texts (e2e4, e7e8q).
+import { Chess } from 'chess.js';
+
+// The engine keeps at most 999 game moves; a longer game is sent to it as
+// the FEN of a later position with the moves after it.
+const EngineHistoryLimit = 900;
+
+export class Game {
+  constructor(start = new Chess().fen(), moves = []) {
+    this.start = start;
+    this.fens = [start];
+    this.sans = [];
+    this.moves = [];
+    this.cursor = 0;
+    for (const move of moves) this.push(move);
+  }
+
+  get length() { return this.moves.length; }
+  fen(index = this.cursor) { return this.fens[index]; }
+  chess(index = this.cursor) { return new Chess(this.fens[index]); }
+
+  // Appends a legal move after the last position; returns its SAN or null.
+  push(lan) {
+    const chess = this.chess(this.moves.length);
+    let move;
+    try {
+      move = chess.move({ from: lan.slice(0, 2), to: lan.slice(2, 4), promotion: lan[4] });
+    } catch {
+      return null;
+    }
+    this.moves.push(move.lan);
+    this.sans.push(move.san);
+    this.fens.push(chess.fen());
+    this.cursor = this.moves.length;
+    return move.san;
+  }
+
+  // Plays a move at the cursor; the moves after the cursor are dropped.
+  play(lan) {
+    const keep = this.cursor;
+    if (!this.chess(keep).moves({ verbose: true }).some((m) => m.lan === lan)) return null;
+    this.moves.length = keep;
+    this.sans.length = keep;
+    this.fens.length = keep + 1;
+    return this.push(lan);
+  }
+
+  go(index) {
+    this.cursor = Math.max(0, Math.min(this.moves.length, index));
+  }
+
+  // What the engine is given for position `index`: a FEN and the moves from it.
+  engineInput(index = this.cursor) {
+    const from = Math.max(0, index - EngineHistoryLimit);
+    return { fen: this.fens[from], moves: this.moves.slice(from, index) };
+  }
+
+  // How the game stands at the cursor: null while it goes on.
+  outcome(index = this.cursor) {
+    const chess = this.chess(index);
+    const mover = chess.turn() === 'w' ? 'White' : 'Black';
+    const other = mover === 'White' ? 'Black' : 'White';
+    if (chess.isCheckmate()) return `${other} wins by checkmate.`;
+    if (chess.isStalemate()) return 'Draw by stalemate.';
+    if (this.repeated(index)) return 'Draw by threefold repetition.';
+    if (chess.isDrawByFiftyMoves()) return 'Draw by the fifty-move rule.';
+    if (chess.isInsufficientMaterial()) return 'Draw: neither side can mate.';
+    return null;
+  }
+
+  // Threefold repetition over this game's positions (board, side, castling
+  // and en-passant fields of the FEN).
+  repeated(index) {
+    const key = (fen) => fen.split(' ').slice(0, 4).join(' ');
+    const now = key(this.fens[index]);
+    return this.fens.slice(0, index + 1).filter((fen) => key(fen) === now).length >= 3;
+  }
+
+  pgn(headers = {}) {
+    const chess = new Chess(this.start);
+    if (this.start !== new Chess().fen()) {
+      chess.setHeader('SetUp', '1');
+      chess.setHeader('FEN', this.start);
+    }
+    for (const [name, value] of Object.entries(headers)) chess.setHeader(name, value);
+    for (const lan of this.moves) chess.move({ from: lan.slice(0, 2), to: lan.slice(2, 4), promotion: lan[4] });
+    return chess.pgn();
+  }
+}

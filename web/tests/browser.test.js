@@ -1,0 +1,181 @@
+// The page in a real browser: headless Chromium driven through playwright-core
+// against the built page served by `vite preview`. Run by scripts/test-web.sh.
+import { after, before, describe, test } from 'node:test';
+import assert from 'node:assert/strict';
+import { spawn } from 'node:child_process';
+import { mkdirSync, readFileSync } from 'node:fs';
+import { fileURLToPath } from 'node:url';
+import { chromium } from 'playwright-core';
+import { Chess } from 'chess.js';
+
+const web = fileURLToPath(new URL('..', import.meta.url));
+const shots = `${web}test-results/`;
+const port = Number(process.env.VARN_WEB_PORT || 5174);
+const chromiumArgs = ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
+  '--disable-background-networking', '--disable-component-update', '--disable-sync'];
+
+let server, browser, page;
+
+before(async () => {
+  mkdirSync(shots, { recursive: true });
+  server = spawn('npx', ['vite', 'preview', '--host', '127.0.0.1', '--port', String(port), '--strictPort'], { cwd: web, stdio: 'pipe', detached: true });
+  await new Promise((resolve, reject) => {
+    server.stdout.on('data', (chunk) => { if (String(chunk).includes(`${port}`)) resolve(); });
+    server.on('exit', (code) => reject(new Error(`vite preview exited with ${code}`)));
+  });
+  browser = await chromium.launch({ executablePath: process.env.CHROMIUM || '/usr/bin/chromium', args: chromiumArgs });
+  page = await browser.newPage({ viewport: { width: 1280, height: 900 } });
+  page.on('pageerror', (error) => console.error('page error:', error.message));
+  await page.goto(`http://127.0.0.1:${port}/`);
+  await page.waitForSelector('body[data-engine=ready]', { timeout: 30000 });
+});
+
+after(async () => {
+  await browser?.close();
+  if (server) process.kill(-server.pid);
+});
+
+const fen = () => page.inputValue('#fen');
+const moveCount = () => page.locator('#moves .move').count();
+
+async function clickSquare(square) {
+  const box = await page.locator(`#board rect[data-square="${square}"]`).boundingBox();
+  await page.mouse.click(box.x + box.width / 2, box.y + box.height / 2);
+}
+
+async function clickMove(from, to) {
+  const before = await fen();
+  await clickSquare(from);
+  await clickSquare(to);
+  await page.waitForFunction((old) => document.getElementById('fen').value !== old, before);
+  // The board ignores clicks while its pieces are still moving.
+  await page.waitForTimeout(250);
+}
+
+async function loadFen(text) {
+  await page.fill('#fen', text);
+  await page.click('#fen-form button');
+}
+
+describe('analysis board', () => {
+  test('engine loads in the page', async () => {
+    assert.match(await page.textContent('#engine-status'), /^Varn 504 · WebAssembly · 32 MB table$/);
+    assert.equal(await page.evaluate(() => crossOriginIsolated), true);
+  });
+
+  test('moves made by clicking squares; illegal clicks change nothing', async () => {
+    await clickMove('e2', 'e4');
+    await clickMove('e7', 'e5');
+    await clickSquare('g1');
+    await clickSquare('g4'); // no knight move
+    await clickMove('g1', 'f3');
+    assert.equal(await moveCount(), 3);
+    assert.equal(await fen(), 'rnbqkbnr/pppp1ppp/8/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R b KQkq - 1 2');
+    await page.click('#back');
+    assert.equal((await fen()).split(' ')[0], 'rnbqkbnr/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQKBNR');
+    await page.click('#moves .move[data-ply="3"]');
+    assert.equal(await page.getAttribute('#moves .move.current', 'data-ply'), '3');
+    await page.screenshot({ path: `${shots}moves.png` });
+  });
+
+  test('analysis reaches depth 8, stops promptly and draws a legal best move', async () => {
+    const position = await fen();
+    await page.click('#analyse');
+    await page.waitForFunction(() => Number(document.getElementById('pv').dataset.depth) >= 8, null, { timeout: 60000 });
+    await page.click('#analyse');
+    await page.waitForFunction(() => document.getElementById('analyse').textContent === 'Start analysis');
+    // From the stop request to the worker's word that VarnAnalyse returned.
+    const stopMs = Number(await page.getAttribute('#analyse', 'data-stop-ms'));
+    console.log(`analysis stopped ${stopMs.toFixed(1)} ms after the request`);
+    assert.ok(stopMs < 150, `stop took ${stopMs} ms`);
+    const arrow = await page.getAttribute('#board [data-arrow]', 'data-arrow');
+    const legal = new Chess(position).moves({ verbose: true }).map((m) => m.from + m.to);
+    assert.ok(legal.includes(arrow), `arrow ${arrow} is not a legal move`);
+    assert.match(await page.textContent('#pv'), /^2\.\.\. [NBRQK]?[a-h]?x?[a-h][1-8]/);
+    await page.screenshot({ path: `${shots}analysis.png` });
+  });
+
+  test('bad input gets a message and changes nothing', async () => {
+    const cases = [
+      ['#fen', 'rnbqkbnr/pppppppp/8/8 w KQkq - 0 1', '#fen-form button', /^Not a valid FEN/],
+      ['#fen', 'rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQ1BNR w kq - 0 1', '#fen-form button', /white king/],
+      ['#fen', '4k3/8/8/8/8/8/4Q3/4K3 w - - 0 1', '#fen-form button', /not to move is in check/],
+      ['#pgn', '1. e4 e5 2. Ke3 Nc6', '#load-pgn', /^Not a valid PGN/],
+      ['#move-input', 'Nf3', '#move-form button', /^Illegal move: Nf3/],
+      ['#move-input', 'e2e5', '#move-form button', /^Illegal move: e2e5/],
+    ];
+    const position = await fen();
+    for (const [field, text, button, message] of cases) {
+      await page.fill(field, text);
+      await page.click(button);
+      assert.match(await page.textContent('#message'), message, text);
+      await page.fill('#fen', position);
+      assert.equal(await moveCount(), 3, text);
+    }
+    await page.fill('#move-input', 'Nc6');
+    await page.click('#move-form button');
+    assert.equal(await moveCount(), 4, 'a typed legal move is played');
+    assert.equal(await page.inputValue('#move-input'), '');
+  });
+
+  test('a game against Varn at 15 seconds, to its end or twenty moves', async () => {
+    await page.click('#new-game');
+    await page.selectOption('#time-control', '15+0');
+    await page.selectOption('#play-colour', 'w');
+    await page.click('#play');
+    let seed = 7;
+    const random = (n) => { seed = (seed * 1103515245 + 12345) % 2147483648; return seed % n; };
+    for (let moves = 0; moves < 20; moves += 1) {
+      await page.waitForFunction(() => document.getElementById('result').textContent
+        || document.getElementById('fen').value.split(' ')[1] === 'w', null, { timeout: 30000 });
+      if (await page.textContent('#result')) break;
+      const legal = new Chess(await fen()).moves({ verbose: true }).filter((m) => !m.promotion);
+      if (legal.length === 0) break;
+      const move = legal[random(legal.length)];
+      await clickMove(move.from, move.to);
+    }
+    if (!(await page.textContent('#result'))) await page.click('#resign');
+    assert.match(await page.textContent('#result'), /wins|Draw/);
+    const plies = await moveCount();
+    assert.ok(plies >= 2, `only ${plies} half-moves were played`);
+    await page.click('#export-pgn');
+    const game = new Chess();
+    game.loadPgn(await page.inputValue('#pgn'));
+    assert.equal(game.history().length, plies, 'the exported PGN holds the game');
+    await page.screenshot({ path: `${shots}game.png` });
+  });
+
+  test('a loaded PGN is reviewed into a graph with one point per position', async () => {
+    const pgn = '[Event "Test"]\n\n1. e4 e5 2. Nf3 Nc6 3. Bc4 Nd4 4. Nxe5 Qg5 5. Nxf7 Qxg2 6. Rf1 Qxe4+ 7. Be2 Nf3# 0-1';
+    await page.fill('#pgn', pgn);
+    await page.click('#load-pgn');
+    assert.equal(await moveCount(), 14);
+    await page.selectOption('#review-limit', 'depth:6');
+    await page.click('#review');
+    await page.waitForFunction(() => document.getElementById('review-summary').textContent, null, { timeout: 90000 });
+    assert.equal(await page.locator('#graph circle.point').count(), 15);
+    assert.ok(await page.locator('#graph circle.blunder').count() >= 1, 'the game has blunders');
+    await page.locator('#graph circle[data-ply="6"]').click();
+    assert.equal(await page.getAttribute('#moves .move.current', 'data-ply'), '6');
+    assert.equal((await fen()).split(' ')[0], 'r1bqkbnr/pppp1ppp/8/4p3/2BnP3/5N2/PPPP1PPP/RNBQK2R');
+    await page.screenshot({ path: `${shots}review.png` });
+    // Analysis on a reviewed position: the page as the README shows it.
+    await page.click('#analyse');
+    await page.waitForFunction(() => Number(document.getElementById('pv').dataset.depth) >= 8, null, { timeout: 60000 });
+    await page.screenshot({ path: `${shots}page.png` });
+    await page.click('#analyse');
+    await page.waitForFunction(() => document.getElementById('analyse').textContent === 'Start analysis');
+  });
+});
+
+// The benchmark through the page's engine must give the native signature.
+describe('benchmark signature', () => {
+  test('equals the native build at the same depth', { skip: !process.env.VARN_BENCH_SIGNATURE && 'no native signature given' }, async () => {
+    const header = readFileSync(new URL('../../tools/bench_positions.h', import.meta.url), 'utf8');
+    const fens = [...header.matchAll(/\{"([^"]+)"\}/g)].map((match) => match[1]);
+    const depth = Number(process.env.VARN_BENCH_DEPTH || 7);
+    const result = await page.evaluate(([list, plies]) => window.varnBench(list, plies), [fens, depth]);
+    console.log(`WebAssembly bench depth ${depth}: signature ${result.signature}, ${result.ms.toFixed(0)} ms over ${fens.length} positions`);
+    assert.equal(String(result.signature), process.env.VARN_BENCH_SIGNATURE);
+  });
+});

@@ -1,0 +1,15 @@
+import { defineConfig } from 'vite';
+
+// The engine shares memory with the page, which browsers allow only on a
+// cross-origin isolated page: both servers send the two headers for that.
+const isolation = {
+  'Cross-Origin-Opener-Policy': 'same-origin',
+  'Cross-Origin-Embedder-Policy': 'require-corp',
+};
+
+export default defineConfig({
+  base: './',
+  server: { headers: isolation },
+  preview: { headers: isolation },
+  build: { target: 'es2022' },
+});

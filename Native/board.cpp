@@ -2,6 +2,7 @@
 #include "board.h"
 
 #include <cstring>
+#include <initializer_list>
 
 #include "attacks.h"
 #include "interface.h"

@@ -439,7 +439,7 @@ int EvaluateTerms(int side, int lower, int upper, int ply, EvalTrace *trace) {
   WhiteKingDanger = BlackKingDanger = 0;
   if (w.pieceUnits < 9 && b.pieceUnits < 9) winMask = WinChances(side);
   if constexpr (Traced) trace->winMask = winMask;
-  auto finish = [trace](int v, int exit) {
+  auto finish = [=](int v, int exit) {
     if constexpr (Traced) {
       trace->exit = exit;
       trace->result = v;

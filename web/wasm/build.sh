@@ -12,11 +12,6 @@ mkdir -p "$out" "$web/public/engine"
 export NODE_PATH="$web/node_modules${NODE_PATH:+:$NODE_PATH}"
 flags=(-std=c++20 -O3 -Wall -Wextra -Werror -pthread -I"$root/Native")
 
-# Native/board.cpp relies on <initializer_list> arriving through other
-# headers, which this compiler's library does not do; include it up front.
-flags+=(-include initializer_list)
-# Clang flags a lambda capture that only one template instance uses.
-flags+=(-Wno-unused-lambda-capture)
 objects=() stale=()
 for source in "$root"/Native/*.cpp "$web/wasm/stopword.cpp"; do
   object="$out/$(basename "$source" .cpp).o"

@@ -70,8 +70,6 @@ void HandleGo(const std::vector<std::string> &words, size_t first, bool commandL
     Say("bestmove 0000");
     return;
   }
-  SyncEngine();
-  ApplyPosition();
   GoRequest request = ParseGo(words, first);
   const bool noLimit = !request.infinite && !request.ponder && request.depth < 0 && request.moveTime < 0 &&
                        request.whiteTime < 0 && request.blackTime < 0;
@@ -79,7 +77,16 @@ void HandleGo(const std::vector<std::string> &words, size_t first, bool commandL
   PlanSettings settings;
   settings.blitzSpeed = BlitzSpeed();
   const std::string hostMove = HostMove();
-  const std::string error = StartSearch(PlanSearch(request, GameWhiteToMove(), settings), hostMove);
+  const SearchPlan plan = PlanSearch(request, GameWhiteToMove(), settings);
+  // A spent clock leaves no time for a search: answer before the thread and
+  // the library's set-up cost anything.
+  if (plan.stopAfterMs == 0 && !plan.hold && !hostMove.empty()) {
+    Say("bestmove " + hostMove);
+    return;
+  }
+  SyncEngine();
+  ApplyPosition();
+  const std::string error = StartSearch(plan, hostMove);
   if (!error.empty()) {
     std::fprintf(stderr, "varn: cannot start a search thread (%s); answering without a search\n", error.c_str());
     Say("bestmove " + (hostMove.empty() ? "0000" : hostMove));

@@ -47,6 +47,8 @@ const PlanCase PlanCases[] = {
     {"startpos", "wtime -5", LimitMode::Infinite, 0, 0, 0, 0, 0, false},
 };
 
+void PrintTo(const PlanCase &c, std::ostream *os) { *os << "position " << c.position << ", go " << c.go; }
+
 class Plan : public testing::TestWithParam<PlanCase> {};
 
 TEST_P(Plan, FollowsTheClockOfTheSideToMove) {

@@ -151,6 +151,9 @@ TEST_P(UciSession, AnswersAsScripted) {
       break;
     }
   }
+#ifdef VARN_SANITIZED
+  if (memoryKb) GTEST_SKIP() << "sanitizers reserve more address space than the limit";
+#endif
   HostProcess host(arguments, memoryKb);
   Clock::time_point lastInput = Clock::now();
   for (; number < lines.size(); ++number) {

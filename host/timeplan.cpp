@@ -31,7 +31,9 @@ void PlanDeadlines(SearchPlan &plan, int64_t clockMs, int64_t incrementMs, int64
   const int64_t usable = UsableMs(clockMs, settings);
   const int64_t moves = movesToGo > 0 ? std::min<int64_t>(movesToGo, 50) : 0;
   const int64_t share = moves > 0 ? usable / moves : usable / std::max(1, settings.blitzSpeed);
-  const int64_t budget = share + std::min(incrementMs, usable / 2);
+  // The increment is spent in full only while the clock holds eight of them:
+  // a low clock is rebuilt, leaving room for a stalled machine.
+  const int64_t budget = share + std::min(incrementMs, usable / 8);
   // Never more than a fifth of the clock on one move, unless the clock is
   // refilled within the next few moves.
   const int64_t cap = usable * 4 / 5 / (moves >= 1 && moves < 4 ? moves : 4);

@@ -28,6 +28,7 @@ const PlanCase PlanCases[] = {
      false},
     {"startpos", "wtime 60000 btime 60000 winc 1000 binc 0", LimitMode::Blitz, 58, 1, 0, 0, 9744, false},
     {"startpos moves d2d4", "wtime 60000 btime 60000 winc 0 binc 2000", LimitMode::Blitz, 58, 2, 0, 0, 11694, false},
+    {"startpos", "wtime 150 btime 150 winc 20 binc 20", LimitMode::Infinite, 0, 0, 0, 0, 18, false},
     // A large increment meets the cap of a fifth of the clock.
     {"startpos", "wtime 10000 btime 10000 winc 5000", LimitMode::Blitz, 9, 5, 0, 0, 1944, false},
     {"startpos", "wtime 30000 btime 30000 movestogo 10", LimitMode::MovesInTime, 29, 0, 10, 0, 5844, false},

@@ -85,9 +85,10 @@ void StoreHash(HashEntry *entry, Move move, int depth, int ply, int score, int f
   if (score >= 29001) score += ply;
   if (score < -29000) score -= ply;
   if (HashDepth(entry) > depth) return;
-  // Out-of-range values are cut to their field so no field spills into the next.
+  // Each value is cut to its own field so none spills into the next; the score
+  // field holds score + 30000 as an unsigned 16-bit number.
   uint64_t packedDepth = uint64_t(depth < 0 ? 0 : depth > 0xFFF ? 0xFFF : depth);
-  uint64_t packedScore = uint64_t(score < -30000 ? 0 : score > 35535 ? 0xFFFF : score + 30000);
+  uint64_t packedScore = uint64_t(uint16_t(score + 30000));
   entry->data = packedDepth | uint64_t(GameMoveCount & 0x7FF) << 12 | uint64_t(flags & 0xF) << 23 |
                 packedScore << 27 | uint64_t(move & 0x1FFFFF) << 43;
 }

@@ -87,6 +87,8 @@ int Quiescence(int ply, int alpha, int beta, int v) {
     MakeMove<Us>(move, ply);
     const int s = -NodeSearch<Them>(0, ply + 1, -beta, -alpha, 0);
     UndoMove<Us>(move, ply);
+    // A stopped search's values are discarded: leave capture chains at once.
+    if (StopSearch) return 0;
     if (s > alpha) {
       if (s >= beta) return s;
       alpha = s;

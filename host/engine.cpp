@@ -8,6 +8,7 @@
 #include <iterator>
 #include <mutex>
 
+#include "game.h"
 #include "library.h"
 #include "search.h"
 
@@ -39,11 +40,6 @@ std::vector<Parameter> Parameters;
 int WantedHashMb = DefaultHashMb;
 int LibraryHashMb = DefaultHashMb;
 bool ClearHashPending = false;
-
-bool FromStartPosition = true;
-std::string PositionFen;
-std::string PositionMoves;
-bool PositionWhiteToMove = true;
 
 // The parameter name of an option line ("option name X type ..."), or "".
 std::string OptionName(const std::string &line) {
@@ -163,53 +159,17 @@ int BlitzSpeed() {
   return DefaultBlitzSpeed;
 }
 
-bool SetPositionCommand(const std::vector<std::string> &words, size_t first) {
-  if (first >= words.size()) return false;
-  size_t i = first + 1;
-  std::string fen;
-  if (words[first] == "fen") {
-    for (; i < words.size() && words[i] != "moves"; ++i) fen += (fen.empty() ? "" : " ") + words[i];
-    if (fen.empty()) return false;
-  } else if (words[first] != "startpos") {
-    return false;
-  }
-  std::string moves;
-  int moveCount = 0;
-  if (i < words.size() && words[i] == "moves") {
-    for (++i; i < words.size(); ++i, ++moveCount) moves += (moves.empty() ? "" : " ") + words[i];
-  }
-  const std::vector<std::string> fields = SplitWords(fen);
-  const bool whiteStarts = fields.size() < 2 || fields[1] != "b";
-  FromStartPosition = fen.empty();
-  PositionFen = fen;
-  PositionMoves = moves;
-  PositionWhiteToMove = whiteStarts == (moveCount % 2 == 0);
-  return true;
-}
-
 void ApplyPosition() {
-  if (FromStartPosition) {
+  std::string fen, moves;
+  GameHandover(fen, moves);
+  if (fen.empty()) {
     Varn.SetStartPosition();
   } else {
-    std::vector<char> fen = Writable(PositionFen);
-    Varn.SetPosition(fen.data());
+    std::vector<char> text = Writable(fen);
+    Varn.SetPosition(text.data());
   }
-  if (!PositionMoves.empty()) {
-    std::vector<char> moves = Writable(PositionMoves);
-    Varn.SetGame(moves.data());
+  if (!moves.empty()) {
+    std::vector<char> text = Writable(moves);
+    Varn.SetGame(text.data());
   }
-}
-
-bool WhiteToMove() { return PositionWhiteToMove; }
-
-std::vector<std::string> SplitWords(const std::string &line) {
-  std::vector<std::string> words;
-  size_t i = 0;
-  while (i < line.size()) {
-    while (i < line.size() && std::isspace(static_cast<unsigned char>(line[i]))) ++i;
-    size_t start = i;
-    while (i < line.size() && !std::isspace(static_cast<unsigned char>(line[i]))) ++i;
-    if (i > start) words.push_back(line.substr(start, i - start));
-  }
-  return words;
 }

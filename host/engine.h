@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "report.h"
+
 // Writes one line to standard output, whole, from any thread.
 void Say(const std::string &line);
 
@@ -31,14 +33,5 @@ void RequestClearHash();
 // Current value of the blitz speed parameter as the host last set it.
 int BlitzSpeed();
 
-// Records "position ..." from the words after "position"; false if malformed.
-bool SetPositionCommand(const std::vector<std::string> &words, size_t first);
-
-// Sets the recorded position in the library. Only while no search runs.
+// Hands the game's position to the library. Only while no search runs.
 void ApplyPosition();
-
-// True when White is to move in the recorded position.
-bool WhiteToMove();
-
-// Splits a line into words at blanks and tabs.
-std::vector<std::string> SplitWords(const std::string &line);

@@ -3,7 +3,6 @@
 #include "search.h"
 
 #include <algorithm>
-#include <cctype>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -12,6 +11,7 @@
 
 #include "engine.h"
 #include "library.h"
+#include "report.h"
 
 namespace {
 
@@ -24,7 +24,7 @@ struct ReportState {
   uint32_t nodes = 0;
   uint32_t lineNodes = 0;    // node count of the last line report
   std::string bestLine;      // last exact line, moves in GUI notation
-  std::string fallbackMove;  // a legal root move from any other report
+  std::string fallbackMove;  // the root list's front move, or the last fail high
   bool quiet = false;
 };
 
@@ -35,8 +35,6 @@ struct SharedState {
   bool phasePonder = false;  // the running VarnAnalyse was started to ponder
   bool stopRequested = false;
   bool ponderHit = false;
-  bool haveLine = false;     // an exact line has been reported
-  bool haveMove = false;     // some legal root move has been reported
   bool nodesReached = false; // a report reached the plan's node limit
   bool watchdogQuit = false;
   SearchPlan plan;
@@ -50,12 +48,7 @@ std::mutex StateLock;
 std::condition_variable StateChanged;
 std::thread SearchThread;
 std::thread WatchdogThread;
-
-// Moves in UCI text: promotion letters in lower case.
-std::string Lower(std::string text) {
-  for (char &c : text) c = char(std::tolower(static_cast<unsigned char>(c)));
-  return text;
-}
+std::string PreviousLine;  // the exact line of the search before the current one
 
 // The word at index in a line ("" when missing).
 std::string WordAt(const std::string &line, size_t index) {
@@ -68,11 +61,9 @@ int64_t ElapsedSinceGo() {
   return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - State.goTime).count();
 }
 
-// Records under the lock that a line or a move is known, for the watchdog.
-void NoteMove(bool exactLine) {
+// Tells the watchdog when a report reached the plan's node limit.
+void NoteNodes() {
   std::lock_guard<std::mutex> guard(StateLock);
-  State.haveMove = true;
-  if (exactLine) State.haveLine = true;
   if (State.plan.nodeLimit >= 0 && int64_t(Report.nodes) >= State.plan.nodeLimit) State.nodesReached = true;
   StateChanged.notify_all();
 }
@@ -89,34 +80,29 @@ void OnDepth(int32_t depth, int32_t) { Report.depth = depth; }
 // A root move about to be searched.
 void OnCurrentMove(const char *move, int32_t index, int32_t) {
   if (!move || !*move) return;
-  Report.fallbackMove = Lower(move);
-  NoteMove(false);
+  // The front of the root list is the best move of the last iteration.
+  if (index == 1) Report.fallbackMove = LowerCase(move);
+  NoteNodes();
   if (Report.quiet) return;
-  Say("info depth " + std::to_string(Report.depth) + " currmove " + Report.fallbackMove + " currmovenumber " +
+  Say("info depth " + std::to_string(Report.depth) + " currmove " + LowerCase(move) + " currmovenumber " +
       std::to_string(index));
 }
 
 // A new best line ("m1 m2 ... "), or a window failure ("m1!" or "m1?").
 void OnLine(const char *text, int32_t score) {
   if (!text || !*text) return;
-  std::string line = text;
-  std::string bound;
-  const char last = line.back();
-  if (last == '!' || last == '?') {
-    bound = last == '!' ? " lowerbound" : " upperbound";
-    line.pop_back();
-  }
-  std::vector<std::string> moves = SplitWords(Lower(line));
-  if (moves.empty()) return;
+  const LineReport report = ReadLineReport(text);
+  const std::string &bound = report.bound;
+  if (report.moves.empty()) return;
   Report.lineNodes = Report.nodes;
   std::string pv;
-  for (const std::string &move : moves) pv += " " + move;
+  for (const std::string &move : report.moves) pv += " " + move;
   if (bound.empty()) {
     Report.bestLine = pv.substr(1);
-  } else {
-    Report.fallbackMove = moves[0];
+  } else if (bound == " lowerbound") {
+    Report.fallbackMove = report.moves[0];
   }
-  NoteMove(bound.empty());
+  NoteNodes();
   if (Report.quiet) return;
   const int64_t ms = ElapsedSinceGo();
   const int64_t nps = int64_t(Report.nodes) * 1000 / std::max<int64_t>(1, ms);
@@ -124,35 +110,22 @@ void OnLine(const char *text, int32_t score) {
       std::to_string(ms) + " nps " + std::to_string(nps) + " score " + ScoreText(score) + bound + " pv" + pv);
 }
 
-// True when the watchdog must stop the running VarnAnalyse now.
-bool MustStop(Clock::time_point now) {
+// True once the search must end: a stop, the node limit or the deadline
+// (whose clock does not run while pondering).
+bool StopDue(Clock::time_point now) {
   const SharedState &s = State;
-  if (!s.analysing) return false;
   const bool clockRuns = !(s.plan.ponder && !s.ponderHit);
   const bool timeUp = clockRuns && s.plan.stopAfterMs >= 0 &&
                       now >= s.clockBase + std::chrono::milliseconds(s.plan.stopAfterMs);
-  const bool hardUp = clockRuns && s.plan.hardAfterMs >= 0 &&
-                      now >= s.clockBase + std::chrono::milliseconds(s.plan.hardAfterMs);
-  if (!s.stopRequested && !timeUp && !s.nodesReached) return false;
-  // Without an exact line the search goes on until one arrives, or until the
-  // last moment if some other legal move is known.
-  return s.haveLine || (hardUp && s.haveMove);
+  return s.stopRequested || s.nodesReached || timeUp;
 }
 
-// The next deadline after now, if any.
+// The deadline after now, if any.
 bool NextDeadline(Clock::time_point now, Clock::time_point &wake) {
   const SharedState &s = State;
-  if (!s.analysing || (s.plan.ponder && !s.ponderHit)) return false;
-  bool found = false;
-  for (int64_t after : {s.plan.stopAfterMs, s.plan.hardAfterMs}) {
-    if (after < 0) continue;
-    Clock::time_point at = s.clockBase + std::chrono::milliseconds(after);
-    if (at > now && (!found || at < wake)) {
-      wake = at;
-      found = true;
-    }
-  }
-  return found;
+  if (!s.analysing || (s.plan.ponder && !s.ponderHit) || s.plan.stopAfterMs < 0) return false;
+  wake = s.clockBase + std::chrono::milliseconds(s.plan.stopAfterMs);
+  return wake > now;
 }
 
 // Stops searches at the host's deadlines and on request; the stop is repeated
@@ -162,7 +135,7 @@ void Watchdog() {
   std::unique_lock<std::mutex> lock(StateLock);
   while (!State.watchdogQuit) {
     Clock::time_point now = Clock::now();
-    if (MustStop(now)) {
+    if (State.analysing && StopDue(now)) {
       Varn.StopAnalyse();
       StateChanged.wait_for(lock, std::chrono::milliseconds(5));
       continue;
@@ -206,20 +179,19 @@ void SetLimit(const SearchPlan &plan) {
   }
 }
 
-// True once the hard deadline has passed (never while pondering).
-bool HardTimeUp() {
-  std::lock_guard<std::mutex> guard(StateLock);
-  const SearchPlan &plan = State.plan;
-  if (plan.hardAfterMs < 0 || (plan.ponder && !State.ponderHit)) return false;
-  return Clock::now() >= State.clockBase + std::chrono::milliseconds(plan.hardAfterMs);
-}
-
-// The search thread: the planned search, a depth-5 follow-up when it ended
-// before reporting a line, the wait a held bestmove needs, then bestmove.
-void RunSearch(SearchPlan plan) {
+// The search thread: the planned search, a depth-5 follow-up when the
+// library's own clock ended it before it reported a line and the host's time
+// is not up, the wait a held bestmove needs, then bestmove. Without a line
+// the library's front root move is played, else the host's move.
+void RunSearch(SearchPlan plan, std::string hostMove) {
   SetLimit(plan);
   const int32_t result = Analyse(plan.ponder);
-  if (result == 0 && Report.bestLine.empty() && (Report.fallbackMove.empty() || !HardTimeUp())) {
+  bool followUp = false;
+  {
+    std::lock_guard<std::mutex> guard(StateLock);
+    followUp = result == 0 && Report.bestLine.empty() && !StopDue(Clock::now());
+  }
+  if (followUp) {
     Varn.SetDepth(MinimumReportedDepth);
     Analyse(false);
   }
@@ -230,6 +202,7 @@ void RunSearch(SearchPlan plan) {
   std::string best = WordAt(Report.bestLine, 0);
   std::string ponder = WordAt(Report.bestLine, 1);
   if (best.empty()) best = Report.fallbackMove;
+  if (best.empty()) best = hostMove;
   if (result != 0 || best.empty()) {
     best = "0000";
     ponder.clear();
@@ -244,14 +217,6 @@ void RunSearch(SearchPlan plan) {
 
 const VarnCallbacks HostCallbacks = {OnReserved, OnNodes, OnDepth, OnCurrentMove, OnLine, OnReserved};
 
-std::string ScoreText(int32_t score) {
-  if (score > 29000) return "mate " + std::to_string((30000 - score + 1) / 2);
-  if (score < -29000) return "mate -" + std::to_string(std::max(1, (30000 + score) / 2));
-  return "cp " + std::to_string(score);
-}
-
-void StartWatchdog() { WatchdogThread = std::thread(Watchdog); }
-
 void StopWatchdog() {
   {
     std::lock_guard<std::mutex> guard(StateLock);
@@ -261,8 +226,9 @@ void StopWatchdog() {
   if (WatchdogThread.joinable()) WatchdogThread.join();
 }
 
-void StartSearch(const SearchPlan &plan) {
+std::string StartSearch(const SearchPlan &plan, const std::string &hostMove) {
   if (SearchThread.joinable()) SearchThread.join();
+  if (!Report.bestLine.empty()) PreviousLine = Report.bestLine;
   Report = ReportState();
   {
     std::lock_guard<std::mutex> guard(StateLock);
@@ -274,7 +240,15 @@ void StartSearch(const SearchPlan &plan) {
     State.goTime = Clock::now();
     State.clockBase = State.goTime;
   }
-  SearchThread = std::thread(RunSearch, plan);
+  try {
+    if (!WatchdogThread.joinable()) WatchdogThread = std::thread(Watchdog);
+    SearchThread = std::thread(RunSearch, plan, hostMove);
+  } catch (const std::exception &error) {
+    std::lock_guard<std::mutex> guard(StateLock);
+    State.active = false;
+    return error.what();
+  }
+  return "";
 }
 
 void RequestStop() {
@@ -316,3 +290,7 @@ void SetReportsQuiet(bool quiet) {
 }
 
 uint32_t LastLineNodes() { return Report.lineNodes; }
+
+std::string PreviousSearchLine() {
+  return Report.bestLine.empty() ? PreviousLine : Report.bestLine;
+}

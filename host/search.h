@@ -11,15 +11,14 @@
 // The callback table handed to VarnInit.
 extern const VarnCallbacks HostCallbacks;
 
-// Starts the watchdog thread that stops searches on time.
-void StartWatchdog();
-
 // Ends the watchdog thread; no search may run.
 void StopWatchdog();
 
-// Runs the plan on a new search thread; the position must be set and no
-// search may run. The thread ends with exactly one "bestmove" line.
-void StartSearch(const SearchPlan &plan);
+// Runs the plan on a new search thread (starting the watchdog on first use);
+// the position must be set and no search may run. The thread ends with
+// exactly one "bestmove" line, hostMove when the library reported none.
+// Returns "" or why no thread could be started (then nothing was written).
+std::string StartSearch(const SearchPlan &plan, const std::string &hostMove);
 
 // "stop": ends the search (once it has a move to give) and releases a held
 // bestmove.
@@ -43,5 +42,5 @@ void SetReportsQuiet(bool quiet);
 // Node count sent with the last line report.
 uint32_t LastLineNodes();
 
-// The UCI score text for a library score: "cp S" or "mate M".
-std::string ScoreText(int32_t score);
+// The exact line of the last search that reported one, moves separated by blanks.
+std::string PreviousSearchLine();

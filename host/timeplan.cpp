@@ -19,19 +19,26 @@ bool ReadNumber(const std::string &text, int64_t &value) {
   return true;
 }
 
-// Host deadlines for a clock of clockMs with incrementMs per move.
-void PlanDeadlines(SearchPlan &plan, int64_t clockMs, int64_t incrementMs, int64_t movesToGo, int blitzSpeed) {
-  // Pipe, GUI and scheduler latency: a fixed part and a share of the clock.
-  const int64_t margin = 40 + clockMs / 40;
-  const int64_t usable = std::max<int64_t>(0, clockMs - margin);
+// The part of a clock the host may spend on searching: it keeps back the
+// least a move costs and a share of the clock for scheduler delays.
+int64_t UsableMs(int64_t clockMs, const PlanSettings &settings) {
+  return std::max<int64_t>(0, clockMs - settings.moveOverheadMs - clockMs / 40);
+}
+
+// Host deadline for a clock of clockMs with incrementMs per move.
+void PlanDeadlines(SearchPlan &plan, int64_t clockMs, int64_t incrementMs, int64_t movesToGo,
+                   const PlanSettings &settings) {
+  const int64_t usable = UsableMs(clockMs, settings);
   const int64_t moves = movesToGo > 0 ? std::min<int64_t>(movesToGo, 50) : 0;
-  const int64_t share = moves > 0 ? usable / moves : usable / std::max(1, blitzSpeed);
-  const int64_t budget = share + std::min(incrementMs, usable / 2);
+  const int64_t share = moves > 0 ? usable / moves : usable / std::max(1, settings.blitzSpeed);
+  // The increment is spent in full only while the clock holds eight of them:
+  // a low clock is rebuilt, leaving room for a stalled machine.
+  const int64_t budget = share + std::min(incrementMs, usable / 8);
   // Never more than a fifth of the clock on one move, unless the clock is
   // refilled within the next few moves.
   const int64_t cap = usable * 4 / 5 / (moves >= 1 && moves < 4 ? moves : 4);
+  // The library keeps its own budget; the host's stop is the guard behind it.
   plan.stopAfterMs = std::min(3 * budget, cap);
-  plan.hardAfterMs = std::max(plan.stopAfterMs, usable);
   // Under a second the library's whole-second clock would read zero: search
   // without a library limit and stop at the host's own budget instead.
   if (usable < 1000) {
@@ -69,7 +76,7 @@ GoRequest ParseGo(const std::vector<std::string> &words, size_t first) {
   return request;
 }
 
-SearchPlan PlanSearch(const GoRequest &request, bool whiteToMove, int blitzSpeed) {
+SearchPlan PlanSearch(const GoRequest &request, bool whiteToMove, const PlanSettings &settings) {
   SearchPlan plan;
   plan.nodeLimit = request.nodes;
   plan.ponder = request.ponder;
@@ -80,20 +87,19 @@ SearchPlan PlanSearch(const GoRequest &request, bool whiteToMove, int blitzSpeed
     plan.hold = true;
   } else if (request.moveTime >= 0) {
     // A fixed time per move: the library searches without end, the host stops it.
-    plan.stopAfterMs = std::max<int64_t>(0, request.moveTime - std::min<int64_t>(30, request.moveTime / 5));
-    plan.hardAfterMs = plan.stopAfterMs;
+    const int64_t overhead = std::min<int64_t>(settings.moveOverheadMs, request.moveTime / 5);
+    plan.stopAfterMs = std::max<int64_t>(0, request.moveTime - overhead);
   } else if (request.depth >= 0 || request.mate >= 0) {
     // A mate in n moves needs 2n - 1 plies; the deeper of the two limits counts.
     const int64_t plies = std::max(request.depth, request.mate >= 0 ? 2 * request.mate - 1 : -1);
     plan.mode = LimitMode::Depth;
     plan.depth = int(std::clamp<int64_t>(plies, MinimumReportedDepth, 31));
     if (clockMs >= 0) {
-      PlanDeadlines(plan, clockMs, incrementMs, request.movesToGo, blitzSpeed);
+      PlanDeadlines(plan, clockMs, incrementMs, request.movesToGo, settings);
       plan.mode = LimitMode::Depth;
     }
   } else if (clockMs >= 0) {
-    const int64_t margin = 40 + clockMs / 40;
-    const int64_t seconds = std::max<int64_t>(0, clockMs - margin) / 1000;
+    const int64_t seconds = UsableMs(clockMs, settings) / 1000;
     if (request.movesToGo > 0) {
       plan.mode = LimitMode::MovesInTime;
       plan.moves = int(std::min<int64_t>(request.movesToGo, 1000));
@@ -102,7 +108,7 @@ SearchPlan PlanSearch(const GoRequest &request, bool whiteToMove, int blitzSpeed
       plan.incrementSeconds = int(incrementMs / 1000);
     }
     plan.clockSeconds = int(seconds);
-    PlanDeadlines(plan, clockMs, incrementMs, request.movesToGo, blitzSpeed);
+    PlanDeadlines(plan, clockMs, incrementMs, request.movesToGo, settings);
   } else if (request.nodes < 0) {
     plan.hold = true;
   }

@@ -31,17 +31,22 @@ struct SearchPlan {
   int moves = 0;            // moves-in-time
   bool ponder = false;      // start as a ponder search
   bool hold = false;        // bestmove waits for stop (infinite, ponder)
-  int64_t stopAfterMs = -1; // host stops the search then, once it has a line
-  int64_t hardAfterMs = -1; // host stops the search then with any legal move
+  int64_t stopAfterMs = -1; // host stops the search then and plays its best move so far
   int64_t nodeLimit = -1;   // host stops the search once a report shows as many nodes
+};
+
+// The host's settings that shape a plan.
+struct PlanSettings {
+  int blitzSpeed = 26;      // the library's BlitzPlayingSpeed: a clock lasts that many moves
+  int moveOverheadMs = 30;  // the least a move costs beyond the search: wake-up, pipe, GUI
 };
 
 // Reads the words after "go"; unknown words and bad numbers are skipped.
 GoRequest ParseGo(const std::vector<std::string> &words, size_t first);
 
-// Plans a search for the side to move (true for White) with the given blitz
-// playing speed; a request without any limit searches without end.
-SearchPlan PlanSearch(const GoRequest &request, bool whiteToMove, int blitzSpeed);
+// Plans a search for the side to move (true for White); a request without any
+// limit searches without end.
+SearchPlan PlanSearch(const GoRequest &request, bool whiteToMove, const PlanSettings &settings);
 
 // Shallowest search that reports a line: the library reports from ply 5 on.
 constexpr int MinimumReportedDepth = 5;

@@ -1,4 +1,5 @@
 // The UCI command loop, and commands given on the command line.
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
@@ -7,6 +8,7 @@
 
 #include "bench.h"
 #include "engine.h"
+#include "game.h"
 #include "library.h"
 #include "search.h"
 #include "timeplan.h"
@@ -45,17 +47,51 @@ void HandleSetOption(const std::vector<std::string> &words, size_t first) {
   SetOption(name, value);
 }
 
+// The move played when the library reports none in time: the previous
+// search's line continued when the game followed it, else the first legal
+// move; "" when there is none.
+std::string HostMove() {
+  const std::vector<std::string> legal = GameLegalMoves();
+  const std::vector<std::string> line = SplitWords(PreviousSearchLine());
+  const std::vector<std::string> played = GameMoves();
+  const size_t n = played.size();
+  if (line.size() > 2 && n >= 2 && played[n - 2] == line[0] && played[n - 1] == line[1] &&
+      std::find(legal.begin(), legal.end(), line[2]) != legal.end())
+    return line[2];
+  return legal.empty() ? "" : legal[0];
+}
+
 // "go ...": ends any running search, brings the library up to date and starts
-// the new one; on the command line it also waits for the bestmove.
+// the new one; on the command line it also waits for the bestmove. A refused
+// position is answered at once with the null move.
 void HandleGo(const std::vector<std::string> &words, size_t first, bool commandLine) {
   JoinSearch(true);
-  SyncEngine();
-  ApplyPosition();
+  if (!GameIsLegal()) {
+    Say("bestmove 0000");
+    return;
+  }
   GoRequest request = ParseGo(words, first);
   const bool noLimit = !request.infinite && !request.ponder && request.depth < 0 && request.moveTime < 0 &&
                        request.whiteTime < 0 && request.blackTime < 0;
   if (commandLine && noLimit) request.depth = CommandLineDepth;
-  StartSearch(PlanSearch(request, WhiteToMove(), BlitzSpeed()));
+  PlanSettings settings;
+  settings.blitzSpeed = BlitzSpeed();
+  const std::string hostMove = HostMove();
+  const SearchPlan plan = PlanSearch(request, GameWhiteToMove(), settings);
+  // A spent clock leaves no time for a search: answer before the thread and
+  // the library's set-up cost anything.
+  if (plan.stopAfterMs == 0 && !plan.hold && !hostMove.empty()) {
+    Say("bestmove " + hostMove);
+    return;
+  }
+  SyncEngine();
+  ApplyPosition();
+  const std::string error = StartSearch(plan, hostMove);
+  if (!error.empty()) {
+    std::fprintf(stderr, "varn: cannot start a search thread (%s); answering without a search\n", error.c_str());
+    Say("bestmove " + (hostMove.empty() ? "0000" : hostMove));
+    return;
+  }
   if (commandLine && !SearchHolds()) JoinSearch(false);
 }
 
@@ -78,7 +114,8 @@ bool RunCommand(const std::vector<std::string> &words, bool commandLine) {
     RequestClearHash();
     SyncEngine();
   } else if (command == "position") {
-    SetPositionCommand(words, rest);
+    const std::string refused = SetGamePosition(words, rest);
+    if (!refused.empty()) Say("info string " + refused);
   } else if (command == "go") {
     HandleGo(words, rest, commandLine);
   } else if (command == "stop") {
@@ -107,9 +144,15 @@ std::vector<std::vector<std::string>> CommandsFromArguments(int argc, char **arg
   return commands;
 }
 
-// At the end of input: a search that waits for stop is stopped, any other
-// search is allowed to finish.
-void FinishInput() { JoinSearch(SearchHolds()); }
+// Runs one command; a failure that escapes it (memory) is reported, not fatal.
+bool RunCommandSafely(const std::vector<std::string> &words, bool commandLine) {
+  try {
+    return RunCommand(words, commandLine);
+  } catch (const std::exception &error) {
+    std::fprintf(stderr, "varn: command failed: %s\n", error.what());
+    return true;
+  }
+}
 
 }  // namespace
 
@@ -121,18 +164,18 @@ int main(int argc, char **argv) {
     std::fprintf(stderr, "varn: %s\n", error.c_str());
     return 1;
   }
-  StartWatchdog();
   bool running = true;
   if (argc > 1) {
     for (const std::vector<std::string> &command : CommandsFromArguments(argc, argv)) {
-      running = RunCommand(command, true);
+      running = RunCommandSafely(command, true);
       if (!running) break;
     }
   } else {
     std::string line;
-    while (running && std::getline(std::cin, line)) running = RunCommand(SplitWords(line), false);
+    while (running && std::getline(std::cin, line)) running = RunCommandSafely(SplitWords(line), false);
   }
-  if (running) FinishInput();
+  // The end of input ends the process as quit does; command-line searches
+  // have already finished, except one that waits for a stop.
   JoinSearch(true);
   StopWatchdog();
   StopEngine();

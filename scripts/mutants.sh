@@ -36,7 +36,7 @@ trap 'restore; exit 130' INT TERM
 build_and_test() {
   local log=$1
   if ! cmake --build "$build" -j"$jobs" >"$log.build" 2>&1; then return 2; fi
-  ctest --test-dir "$build" -j"$jobs" --timeout 300 >"$log" 2>&1 && return 0
+  ctest --test-dir "$build" -j"$jobs" --timeout 120 >"$log" 2>&1 && return 0
   return 1
 }
 
@@ -44,7 +44,10 @@ build_and_test() {
 # prefix and parameter suffix, each once; at most three and a count.
 caught_by() {
   local failed count shown
-  failed=$(sed -n '/The following tests FAILED:/,$p' "$1" | sed -n 's/^[[:space:]]*[0-9]* - \(.*\) (.*$/\1/p' |
+  # The summary at the end, or the result lines of a run that was cut short.
+  failed=$({ sed -n '/The following tests FAILED:/,$p' "$1" | sed -n 's/^[[:space:]]*[0-9]* - \(.*\) (.*$/\1/p'
+    grep -q 'The following tests FAILED:' "$1" ||
+      grep -E '\*\*\*(Failed|Timeout|Exception)|Not Run' "$1" | sed -n 's/^.*Test *#[0-9]*: \([^ ]*\).*/\1/p'; } |
     sed 's/ .*//; s/^[A-Za-z0-9_]*\/\([A-Za-z0-9_]*\.\)/\1/; s/^\([A-Za-z0-9_]*\.[A-Za-z0-9_]*\).*/\1/' | awk '!seen[$0]++')
   count=$(grep -c . <<<"$failed" || true)
   shown=$(head -n 3 <<<"$failed" | paste -sd, - | sed 's/,/, /g')

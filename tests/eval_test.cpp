@@ -308,4 +308,28 @@ const Golden GoldenCases[] = {
 
 INSTANTIATE_TEST_SUITE_P(Terms, GoldenEvaluation, testing::ValuesIn(GoldenCases));
 
+// The game phase: the opening while castling is kept, the endgame once both
+// sides are below fifteen piece units, and never back.
+TEST(GamePhase, EndgameNeedsBothSidesBelowFifteenUnits) {
+  const struct {
+    const char *fen;
+    int phase;
+  } cases[] = {
+      {StartFen, 0},
+      {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w - - 0 1", 1},
+      {"r2bk3/pp6/8/8/8/8/PP6/R2QKB2 w - - 0 1", 1},
+      {"r2bk3/pp6/8/8/8/8/PP6/R2BK3 w KQkq - 0 1", 2},
+  };
+  for (const auto &c : cases) {
+    Prepare();
+    SetFen(c.fen);
+    PrepareSearchTables(SideToMove);
+    EXPECT_EQ(GamePhase, c.phase) << c.fen;
+  }
+  Board[D4] = Queen;
+  DerivePositionState();
+  PrepareSearchTables(White);
+  EXPECT_EQ(GamePhase, 2) << "a queen back on the board";
+}
+
 }  // namespace

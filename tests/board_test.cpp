@@ -1,6 +1,9 @@
+// The board: reading positions and square names, the rotated attack lookups,
+// attack and pin detection and the static exchange.
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <random>
 #include <string>
 
 #include "attacks.h"
@@ -8,21 +11,21 @@
 
 namespace {
 
-int Byte(Bitboard b, int k) { return int(b >> (8 * k) & 255); }
+Bitboard Squares(std::initializer_list<int> list) {
+  Bitboard b = 0;
+  for (int s : list) b |= Bitboard(1) << s;
+  return b;
+}
 
 TEST(SplitTokens, SkipsSeparatorRunsAndCutsLongTokens) {
   static TokenSlot slots[MaxTokens];
   EXPECT_EQ(SplitTokens("  e2e4 ,;e7e5//g1f3+ ", slots), 3);
-  EXPECT_STREQ(slots[0], "e2e4");
-  EXPECT_STREQ(slots[1], "e7e5");
   EXPECT_STREQ(slots[2], "g1f3");
   EXPECT_EQ(SplitTokens(" ,;=+/ ", slots), 0);
-  EXPECT_EQ(SplitTokens("", slots), 0);
   EXPECT_EQ(SplitTokens(nullptr, slots), 0);
   std::string longToken(100, 'x');
   EXPECT_EQ(SplitTokens((longToken + " y").c_str(), slots), 2);
   EXPECT_EQ(std::strlen(slots[0]), 31u);
-  EXPECT_STREQ(slots[1], "y");
   std::string many;
   for (int i = 0; i < 1500; ++i) many += "a ";
   EXPECT_EQ(SplitTokens(many.c_str(), slots), MaxTokens);
@@ -30,161 +33,52 @@ TEST(SplitTokens, SkipsSeparatorRunsAndCutsLongTokens) {
 
 TEST(SquareText, ReadsAndWritesSquareNames) {
   EXPECT_EQ(SquareFromText("h8"), H8);
-  EXPECT_EQ(SquareFromText("e3"), E3);
-  for (const char *bad : {"i1", "a9", "", "E3", "3e"}) EXPECT_EQ(SquareFromText(bad), 0) << bad;
-  EXPECT_EQ(FileLetter(8), '-');
-  EXPECT_EQ(RankDigit(8), '-');
+  EXPECT_EQ(SquareFromText("a1"), A1);
+  for (const char *bad : {"i1", "a9", "a0", "", "E3", "3e"}) EXPECT_EQ(SquareFromText(bad), 0) << bad;
   char buffer[3];
   EXPECT_STREQ(SquareText(E4, buffer), "e4");
   EXPECT_STREQ(SquareText(64, buffer), "--");
   EXPECT_STREQ(SquareText(-1, buffer), "--");
 }
 
-TEST(SquareTables, LinesAndDistances) {
-  EnsureEngineTables();
-  EXPECT_EQ(Direction[E4][E8], 8);
-  EXPECT_EQ(Direction[E4][A8], 7);
-  EXPECT_EQ(Direction[E4][H1], -7);
-  EXPECT_EQ(Direction[E4][B1], -9);
-  EXPECT_EQ(Direction[E4][F6], 0);
-  EXPECT_EQ(Direction[E4][E4], 0);
-  Bitboard diagonal = 0;
-  for (int s : {B2, C3, D4, E5, F6, G7}) diagonal |= SetMask[s];
-  EXPECT_EQ(Between[A1][H8], diagonal);
-  EXPECT_EQ(Between[A1][B2], 0u);
-  EXPECT_EQ(Between[A1][C2], 0u);
-  EXPECT_EQ(Distance[A1][H8], 7);
-  EXPECT_EQ(Distance[B6][A8], 2);
-  EXPECT_EQ(FileDistance[A1][H8], 7);
-  EXPECT_EQ(PopCount(LightSquares), 32);
-  EXPECT_TRUE(DarkSquares & SetMask[A1]);
-  EXPECT_TRUE(LightSquares & SetMask[B1]);
-}
+// What a FEN's castling and en-passant fields leave behind: the squares
+// whose move counters read 0 (castling still possible) and the en-passant
+// square, which needs the pawn that made it and an empty square behind.
+struct SetupCase {
+  const char *fen;
+  Bitboard unmoved;
+  int epSquare;
+};
 
-TEST(BitOperations, EdgeSquares) {
-  EXPECT_EQ(PopCount(0), 0);
-  EXPECT_EQ(PopCount(~Bitboard(0)), 64);
-  Bitboard corners = (Bitboard(1) << A1) | (Bitboard(1) << H8);
-  EXPECT_EQ(LowestSquare(Bitboard(1) << H8), 63);
-  EXPECT_EQ(LowestSquare(corners), 0);
-  EXPECT_EQ(HighestSquare(corners), 63);
-  Bitboard middle = (Bitboard(1) << 31) | (Bitboard(1) << 32);
-  EXPECT_EQ(LowestSquare(middle), 31);
-  EXPECT_EQ(HighestSquare(middle), 32);
-}
+class Setup : public testing::TestWithParam<SetupCase> {};
 
-TEST(Setup, StartPosition) {
-  SetFen(StartFen);
-  EXPECT_EQ(SideToMove, White);
-  for (const SideRecord *side : {&WhiteSide, &BlackSide}) {
-    EXPECT_EQ(side->material, 3900);
-    EXPECT_EQ(side->pieceUnits, 31);
-    EXPECT_EQ(side->minorCount, 4);
-    EXPECT_EQ(side->majorWeight, 4);
-    EXPECT_EQ(side->pawnCount, 8);
-  }
-  EXPECT_EQ(WhiteSide.kingSquare, E1);
-  EXPECT_EQ(BlackSide.kingSquare, E8);
-  for (int s = 0; s < 64; ++s) {
-    bool home = s == A1 || s == E1 || s == H1 || s == A8 || s == E8 || s == H8;
-    EXPECT_EQ(MoveCounter[s], home ? 0 : 1) << s;
-  }
-  const int diag[8] = {0xC3, 0xE1, 0xF0, 0x78, 0x3C, 0x1E, 0x0F, 0x87};
-  const int antiDiag[8] = {0x87, 0x0F, 0x1E, 0x3C, 0x78, 0xF0, 0xE1, 0xC3};
-  for (int k = 0; k < 8; ++k) {
-    EXPECT_EQ(Byte(RotatedFile, k), 0xC3);
-    EXPECT_EQ(Byte(RotatedDiag, k), diag[k]);
-    EXPECT_EQ(Byte(RotatedAntiDiag, k), antiDiag[k]);
-  }
-  EXPECT_EQ(Ply[0].epSquare, 0);
-  EXPECT_EQ(GameMoveCount, 0);
-  KeyPair keys = ComputeKeys();
-  EXPECT_EQ(Ply[1].pawnKey, keys.pawnKey);
-  EXPECT_EQ(Ply[1].pieceKey, keys.pieceKey);
-  EXPECT_EQ(GameKeyHistory[1].pieceKey, keys.pieceKey);
-}
-
-TEST(Setup, RotatedBoardsPlaceSquaresByLine) {
-  EnsureEngineTables();
-  EXPECT_EQ(SetMaskFile[E4], Bitboard(1) << 36);
-  EXPECT_EQ(SetMaskDiag[E4], Bitboard(1) << 60);
-  EXPECT_EQ(SetMaskAntiDiag[E4], Bitboard(1) << 60);
-  EXPECT_EQ(SetMaskDiag[A8], Bitboard(1) << 56);
-  EXPECT_EQ(SetMaskDiag[B1], Bitboard(1) << 57);
-  EXPECT_EQ(SetMaskFile[H1], Bitboard(1) << 63);
-  EXPECT_EQ(SetMaskFile[A8], Bitboard(1) << 0);
-  for (int s : {B1, C2, D3, E4, F5, G6, H7}) EXPECT_NE(SetMaskDiag[s] & (Bitboard(255) << 56), 0u) << s;
-  for (int s : {A1, H2, G3, F4, E5, D6, C7, B8}) EXPECT_NE(SetMaskAntiDiag[s] & 255, 0u) << s;
-}
-
-TEST(Setup, CastlingRightsNeedKingAndRookAtHome) {
-  SetFen("r3k2r/8/8/8/8/8/8/R3K2R w Kq -");
-  for (int s = 0; s < 64; ++s) {
-    bool granted = s == E1 || s == H1 || s == E8 || s == A8;
-    EXPECT_EQ(MoveCounter[s], granted ? 0 : 1) << s;
-  }
-  SetFen("r3k2r/8/8/8/8/8/8/R4K1R w KQkq -");
-  EXPECT_EQ(MoveCounter[H1], 1);
-  EXPECT_EQ(MoveCounter[A1], 1);
-  EXPECT_EQ(MoveCounter[E8], 0);
-  EXPECT_EQ(MoveCounter[A8], 0);
-  EXPECT_EQ(MoveCounter[H8], 0);
-}
-
-TEST(Setup, SideAndEnPassantFields) {
-  SetFen("8/8/8/8/8/8/8/K6k W - -");
-  EXPECT_EQ(SideToMove, Black);
-  EXPECT_EQ(WhiteSide.kingSquare, A1);
-  EXPECT_EQ(BlackSide.kingSquare, H1);
-  EXPECT_EQ(WhiteSide.material + BlackSide.material, 0);
-  SetFen("rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3");
-  EXPECT_EQ(Ply[0].epSquare, E3);
-  for (const char *bad : {"-", "e9", "E3", "3e", "d3", "e6"}) {
-    std::string fen = std::string("rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq ") + bad;
-    SetFen(fen.c_str());
-    EXPECT_EQ(Ply[0].epSquare, 0) << bad;
-  }
-  // A key for the FEN's en-passant square is never part of the set-up keys.
-  SetFen("rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3");
+TEST_P(Setup, CastlingAndEnPassantFields) {
+  SetFen(GetParam().fen);
+  Bitboard unmoved = 0;
+  for (int s = 0; s < 64; ++s)
+    if (MoveCounter[s] == 0) unmoved |= SetMask[s];
+  EXPECT_EQ(unmoved, GetParam().unmoved);
+  EXPECT_EQ(Ply[0].epSquare, GetParam().epSquare);
+  // The set-up keys never include the FEN's en-passant square.
   EXPECT_EQ(Ply[1].pieceKey, ComputeKeys().pieceKey);
-}
-
-TEST(Setup, RankStringsMoveTheCursor) {
-  SetFen("4k3/8/8/8/3p4/8/8/4K3 w - -");
-  EXPECT_EQ(Board[D4], -Pawn);
-  // A seven-square rank shifts every later square one index down.
-  // Here the first rank string holds seven squares, so the rook meant for a1
-  // would fall below the board and is left out.
-  SetFen("4k2/8/8/8/8/8/8/R3K3 w - -");
-  EXPECT_EQ(Board[E8], -King);
-  EXPECT_EQ(Board[D1], King);
-  EXPECT_EQ(WhiteSide.rooks, 0u);
-}
-
-TEST(Setup, DeriveTwiceChangesNothing) {
-  SetFen("r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -");
-  SideRecord white = WhiteSide, black = BlackSide;
-  KeyPair keys{Ply[1].pawnKey, Ply[1].pieceKey};
-  DerivePositionState();
-  EXPECT_EQ(white, WhiteSide);
-  EXPECT_EQ(black, BlackSide);
-  EXPECT_EQ(keys.pawnKey, Ply[1].pawnKey);
-  EXPECT_EQ(keys.pieceKey, Ply[1].pieceKey);
   EXPECT_TRUE(PositionIsConsistent());
 }
 
-TEST(Setup, KeysDistinguishColourKindAndSquare) {
-  SetFen("4k3/8/8/8/8/8/4P3/4K3 w - -");
-  KeyPair a = ComputeKeys();
-  SetFen("4k3/8/8/8/8/8/3P4/4K3 w - -");
-  KeyPair b = ComputeKeys();
-  SetFen("4k3/8/8/8/8/8/4N3/4K3 w - -");
-  KeyPair c = ComputeKeys();
-  EXPECT_NE(a.pawnKey, b.pawnKey);
-  EXPECT_EQ(a.pieceKey, b.pieceKey);
-  EXPECT_EQ(c.pawnKey, 0u);
-  EXPECT_NE(c.pieceKey, a.pieceKey);
-}
+const Bitboard AllRights = Squares({A1, E1, H1, A8, E8, H8});
+const char *const AfterE4 = "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq ";
+
+INSTANTIATE_TEST_SUITE_P(
+    Fields, Setup,
+    testing::Values(SetupCase{"r3k2r/8/8/8/8/8/8/R3K2R w Kq -", Squares({E1, H1, E8, A8}), 0},
+                    SetupCase{"r3k2r/8/8/8/8/8/8/R4K1R w KQkq -", Squares({E8, A8, H8}), 0},
+                    SetupCase{"r3k2r/8/8/8/8/8/8/R3K2R", 0, 0},
+                    SetupCase{"rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3", AllRights, E3},
+                    SetupCase{"rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq d3", AllRights, 0},
+                    SetupCase{"rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e6", AllRights, 0},
+                    SetupCase{"rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e9", AllRights, 0},
+                    SetupCase{"rnbqkbnr/ppp1pppp/8/3pP3/8/8/PPPP1PPP/RNBQKBNR w KQkq d6", AllRights, D6},
+                    SetupCase{"rnbqkbnr/pppppppp/8/4P3/8/8/PPPP1PPP/RNBQKBNR w KQkq d6", AllRights, 0},
+                    SetupCase{"rnbqkbnr/ppp1pppp/3p4/3pP3/8/8/PPPP1PPP/RNBQKBNR w KQkq d6", AllRights, 0}));
 
 // Whatever the text, the result is a searchable position inside the board.
 TEST(Setup, BadInputGivesAPlayablePosition) {
@@ -195,11 +89,10 @@ TEST(Setup, BadInputGivesAPlayablePosition) {
       std::string(5000, 'Q'), std::string(300, '8') + "/k/K",
       "kkkkkkkk/8/8/8/8/8/8/KKKKKKKK w - -",
       "4k3/8/8/8/8/8/8/4K2Q9999999999999999999999999999999999999999 w",
-      "r3k2r/8/8/8/8/8/8/R3K2R",                // no side: White
       "4k3/8/8/8/8/8/8/4K3 b - - 0 1 extra tokens",
-      "P3k3/8/8/8/8/8/8/4K2p w - -",            // pawns on the edge ranks
-      "4k3/8/8/8/8/8/8/4K2r b - -",             // side not to move in check
-      "8/8/8/8/8/8/8/8 w - -",                  // no kings
+      "P3k3/8/8/8/8/8/8/4K2p w - -",  // pawns on the edge ranks
+      "4k3/8/8/8/8/8/8/4K2r b - -",   // side not to move in check
+      "8/8/8/8/8/8/8/8 w - -",        // no kings
   };
   for (const std::string &fen : cases) {
     SetFen(fen.c_str());
@@ -213,13 +106,63 @@ TEST(Setup, BadInputGivesAPlayablePosition) {
       }
     }
   }
-  SetFen("r3k2r/8/8/8/8/8/8/R3K2R");
-  EXPECT_EQ(SideToMove, White);
-  EXPECT_EQ(MoveCounter[E1], 1);
-  SetFen("4k3/8/8/8/8/8/8/4K2r b - -");
-  EXPECT_EQ(WhiteSide.material, 3900);  // fell back to the start position
-  SetFen("P3k3/8/8/8/8/8/8/4K2p w - -");
-  EXPECT_EQ(WhiteSide.pawnCount + BlackSide.pawnCount, 0);
 }
+
+// Plain ray walk, the reference for the rotated lookups.
+Bitboard WalkRays(int s, Bitboard occupied, std::initializer_list<std::pair<int, int>> steps) {
+  Bitboard result = 0;
+  for (auto [df, dr] : steps) {
+    for (int f = File(s) + df, r = Rank(s) + dr; f >= 0 && f < 8 && r >= 0 && r < 8; f += df, r += dr) {
+      result |= SetMask[8 * r + f];
+      if (occupied & SetMask[8 * r + f]) break;
+    }
+  }
+  return result;
+}
+
+TEST(Attacks, RotatedLookupsEqualARayWalk) {
+  EnsureEngineTables();
+  std::mt19937_64 random(12345);
+  for (int trial = 0; trial < 2000; ++trial) {
+    const Bitboard occupied = random() & random();
+    WhiteSide = BlackSide = SideRecord{};
+    WhiteSide.occupied = occupied;
+    RotatedFile = RotatedDiag = RotatedAntiDiag = 0;
+    for (Bitboard b = occupied; b; b &= b - 1) SetRotated(LowestSquare(b));
+    for (int s = 0; s < 64; ++s) {
+      ASSERT_EQ(RookAttacksOf(s), WalkRays(s, occupied, {{1, 0}, {-1, 0}, {0, 1}, {0, -1}}));
+      ASSERT_EQ(BishopAttacksOf(s), WalkRays(s, occupied, {{1, 1}, {-1, -1}, {1, -1}, {-1, 1}}));
+    }
+  }
+  SetFen(StartFen);
+}
+
+struct ExchangeCase {
+  const char *fen;
+  int side, from, to, value;
+};
+
+class Exchange : public testing::TestWithParam<ExchangeCase> {};
+
+TEST_P(Exchange, Balance) {
+  const ExchangeCase &c = GetParam();
+  SetFen(c.fen);
+  EXPECT_EQ(StaticExchange(c.side, c.from, c.to), c.value) << c.fen;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Examples, Exchange,
+    testing::Values(
+        ExchangeCase{"4k3/8/8/3n4/8/8/8/3RK3 w - -", White, D1, D5, 300},          // free knight
+        ExchangeCase{"4k3/8/4p3/3n4/2P5/8/8/4K3 w - -", White, C4, D5, 200},       // pawn takes defended knight
+        ExchangeCase{"4k3/8/4p3/3p4/8/8/8/3QK3 w - -", White, D1, D5, -800},       // queen takes defended pawn
+        ExchangeCase{"4k3/8/8/8/4p3/8/8/2N1K3 w - -", White, C1, D3, -300},        // knight to a square a pawn attacks
+        ExchangeCase{"4k3/8/8/8/8/8/8/2N1K3 w - -", White, C1, D3, 0},             // quiet and safe
+        ExchangeCase{"3rk3/8/8/3p4/8/8/3R4/3RK3 w - -", White, D2, D5, 100},       // rear rook joins
+        ExchangeCase{"3qk3/3r4/8/3p4/8/8/3R4/3RK3 w - -", White, D2, D5, -400},    // black's x-ray queen decides
+        ExchangeCase{"4k3/8/8/8/3Pp3/8/8/4K3 b - d3", Black, E4, D3, 0},           // en passant counts no victim
+        ExchangeCase{"4k3/8/8/8/3Pp3/8/2P5/4K3 b - d3", Black, E4, D3, -100},      // ... and can be taken back
+        ExchangeCase{"4k3/8/8/8/8/4p3/3pK3/8 w - -", White, E2, D2, 100 - 3000},   // king takes a defended pawn
+        ExchangeCase{"4k3/4r3/8/8/8/8/4B3/3rK3 w - -", White, E2, D1, 500}));      // pinned bishop still counts
 
 }  // namespace

@@ -1,8 +1,8 @@
+// The evaluation: colour-mirror symmetry over random and tree positions, the
+// pawn cache against fresh scores, and a golden table of positions chosen to
+// exercise one term or rule each.
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <cstdlib>
-#include <new>
 #include <cstring>
 #include <random>
 #include <string>
@@ -17,20 +17,6 @@
 #include "score.h"
 #include "support/position.h"
 #include "undo.h"
-
-// Counts every operator new of the test program, to show that the
-// evaluation allocates nothing. The replacements pair malloc with free.
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-std::atomic<long> Allocations{0};
-void *operator new(std::size_t size) {
-  ++Allocations;
-  if (void *p = std::malloc(size ? size : 1)) return p;
-  throw std::bad_alloc();
-}
-void operator delete(void *p) noexcept { std::free(p); }
-void operator delete(void *p, std::size_t) noexcept { std::free(p); }
-#pragma GCC diagnostic pop
 
 namespace {
 
@@ -104,13 +90,6 @@ long Walk(int side, int ply, int depth, Visit &visit) {
     UndoMove(side, move, ply);
   }
   return nodes;
-}
-
-bool MoveGenerationAvailable() {
-  Prepare();
-  SetFen(StartFen);
-  GenerateMoves(White, 1);
-  return Ply[1].listEnd - Ply[0].listEnd == 20;
 }
 
 const char *const TreeRoots[] = {
@@ -221,28 +200,14 @@ TEST(ColourSymmetry, RandomPositions) {
 }
 
 TEST(ColourSymmetry, MoveTreePositions) {
-  if (!MoveGenerationAvailable()) GTEST_SKIP() << "move generation not built yet";
+  Prepare();
   const std::vector<Snapshot> positions = TreePositions(3, 97);
   for (const Snapshot &p : positions) ExpectColourSymmetry(p);
   EXPECT_GT(positions.size(), 300u);
 }
 
-// The tempo term is the one place where the evaluation is not symmetric:
-// with the side to move White races a tempo ahead, Black never does.
-TEST(ColourSymmetry, TempoTermFavoursOnlyWhite) {
-  Prepare();
-  // White's h-pawn and Black's king both six steps from h8: with White to
-  // move the pawn is a tempo ahead, with Black to move it is not.
-  SetFen("8/8/8/K7/8/1k6/7P/8 w - - 0 1");
-  EXPECT_EQ(WinChances(White), 1);
-  EXPECT_EQ(WinChances(Black), 0);
-  // The mirrored twin with Black to move gets no tempo: 0, not 2.
-  SetFen("8/7p/1K6/8/k7/8/8/8 b - - 0 1");
-  EXPECT_EQ(WinChances(Black), 0);
-}
-
 TEST(PawnCache, CachedScoreEqualsFreshScoreOverMoveTrees) {
-  if (!MoveGenerationAvailable()) GTEST_SKIP() << "move generation not built yet";
+  Prepare();
   ClearPawnHash();
   long positions = 0;
   auto compare = [&](int side, int ply) {
@@ -262,229 +227,109 @@ TEST(PawnCache, CachedScoreEqualsFreshScoreOverMoveTrees) {
   EXPECT_GT(positions, 100000);
 }
 
-TEST(Evaluate, AllocatesNothing) {
+// Evaluation of the position set from fen at the root with its side to
+// move, draw values 0.
+int EvaluationOf(const std::string &fen) {
   Prepare();
-  std::mt19937 random(7);
-  Snapshot p;
-  long before = Allocations, evaluations = 0;
-  for (int trial = 0; trial < 200; ++trial) {
-    if (!RandomPosition(random, p)) continue;
-    PrepareSearchTables(p.side);
-    Evaluate(p.side, -Wide, Wide, 1);
-    ++evaluations;
-  }
-  EXPECT_GT(evaluations, 0);
-  EXPECT_EQ(Allocations - before, 0);
-}
-
-// The breakdown adds up to the result, so the developer tool explains it.
-TEST(Evaluate, TraceAddsUpToTheResult) {
-  Prepare();
-  std::mt19937 random(99);
-  Snapshot p;
-  for (int trial = 0; trial < 400; ++trial) {
-    if (!RandomPosition(random, p)) continue;
-    PrepareSearchTables(p.side);
-    EvalTrace t;
-    const int v = EvaluateTraced(p.side, -Wide, Wide, 1, t);
-    ASSERT_EQ(v, Evaluate(p.side, -Wide, Wide, 1));
-    ASSERT_EQ(v, t.result);
-    if (t.exit == EvalExitDrawn) continue;
-    int sum = t.material + t.pawnlessEnding + t.pawns + t.kingSafety + t.development + t.kingPlacement +
-              t.oppositeBishops + t.clamp;
-    for (int c : {White, Black})
-      sum += t.knights[c] + t.bishops[c] + t.bishopSet[c] + t.rooks[c] + t.queens[c] + t.attack[c];
-    ASSERT_EQ(sum, v) << trial;
-  }
-}
-
-// Evaluates the position set from fen with White's tables at defaults.
-EvalTrace Trace(const char *fen, int lower = -Wide, int upper = Wide) {
-  Prepare();
-  SetFen(fen);
+  SetFen(fen.c_str());
   DrawValue[White] = DrawValue[Black] = 0;
   PrepareSearchTables(SideToMove);
-  EvalTrace t;
-  EvaluateTraced(SideToMove, lower, upper, 1, t);
-  return t;
+  return Evaluate(SideToMove, -Wide, Wide, 1);
 }
 
-TEST(Evaluate, StartPositionIsLevel) {
-  const EvalTrace t = Trace(StartFen);
-  EXPECT_EQ(t.result, 0);
-  EXPECT_EQ(t.exit, EvalExitFull);
+struct Golden {
+  const char *fen;
+  int value;  // White's view
+  const char *what;
+};
+
+void PrintTo(const Golden &g, std::ostream *out) { *out << g.what; }
+
+// Positions chosen to exercise one term or rule each, pinned to their full
+// evaluation; each colour-mirrored twin must give the negated value.
+class GoldenEvaluation : public testing::TestWithParam<Golden> {};
+
+TEST_P(GoldenEvaluation, PositionAndMirror) {
+  EXPECT_EQ(EvaluationOf(GetParam().fen), GetParam().value) << GetParam().fen;
+  EXPECT_EQ(EvaluationOf(MirrorFen(GetParam().fen)), -GetParam().value) << MirrorFen(GetParam().fen);
 }
 
-TEST(Evaluate, DrawnMaterialGivesWhitesDrawValue) {
-  Prepare();
-  for (const char *fen : {"k7/8/8/8/8/8/P7/K7 w - - 0 1", "8/1k6/8/8/8/8/P7/K7 b - - 0 1",
-                          "3bk3/8/8/8/8/8/8/R3K3 w - - 0 1", "4k3/8/8/8/8/8/8/3NK3 w - - 0 1"}) {
-    SetFen(fen);
-    DrawValue[White] = 15;
-    DrawValue[Black] = -15;
-    EXPECT_EQ(WinChances(SideToMove), 0) << fen;
-    EXPECT_EQ(Evaluate(SideToMove, -Wide, Wide, 1), 15) << fen;
+const Golden GoldenCases[] = {
+    {StartFen, 0, "start position"},
+    {"4k3/4p3/4N3/3P4/8/8/8/n3K3 w - - 0 1", 113, "knight outpost, exchangeable"},
+    {"4k3/4p3/4N3/3P4/8/8/8/4K3 w - - 0 1", 393, "knight outpost, to stay"},
+    {"4k3/4pp2/4N3/3P4/8/8/8/4K3 w - - 0 1", 207, "knight a pawn can drive away"},
+    {"4k3/B7/1p6/8/8/8/2P5/4K3 w - - 0 1", 111, "trapped bishop"},
+    {"4k3/B7/8/1p6/8/8/2P5/4K3 w - - 0 1", 307, "bishop on a7, not trapped"},
+    {"r2qk2r/pppppppp/8/8/8/6P1/1PPPPPBP/RQB3K1 w kq - 0 1", 119, "bishop pair and fianchetto"},
+    {"4k3/8/8/8/8/3P4/4P3/4KB2 w - - 0 1", 520, "lone bishop behind its pawns"},
+    {"4k3/ppp2ppp/8/8/8/8/PPP2PPP/3RK3 w - - 0 1", 660, "rook on the open file"},
+    {"4k3/ppppppp1/8/8/8/8/PP1PPPP1/1NRNK3 w - - 0 1", 975, "rook boxed in, far from the open file"},
+    {"4k3/RR5p/8/8/8/8/7P/4K3 w - - 0 1", 1270, "rooks on the seventh"},
+    {"4k3/8/8/3P4/8/8/8/3RK3 w - - 0 1", 838, "rook behind its passer"},
+    {"3R4/8/7k/3P4/8/8/8/4K3 w - - 0 1", 810, "rook in front of its passer"},
+    {"4k3/8/p7/8/R7/p7/8/4K3 w - - 0 1", 410, "rook between doubled enemy passers"},
+    {"4k3/8/5b2/8/2PPP3/8/4B3/4K3 w - - 0 1", 237, "opposite bishops halve"},
+    {"4k3/6p1/5b2/8/2PP4/8/4B3/4K3 w - - 0 1", 55, "opposite bishops quarter"},
+    {"r3k3/8/5b2/8/2PPP3/8/4B3/R3K3 w - - 0 1", 387, "opposite bishops with rooks"},
+    {"6k1/5ppp/8/8/8/8/Q4PPP/6K1 w - - 0 1", 1010, "endgame without king safety"},
+    {"6k1/5ppp/8/8/Q7/Q7/PPPPPPPP/4K3 w - - 0 1", 2424, "queens far from the king"},
+    {"q5k1/5ppp/8/8/8/5bP1/5P1P/6K1 w - - 0 1", -1228, "shelter and attackers"},
+    {"r2qk2r/pppp1ppp/8/8/8/8/PPPP1PPP/R2QK2R w KQ - 0 1", 35, "uncastled kings, open e-file"},
+    {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w kq - 0 1", -35, "White lost its castling"},
+    {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQ1KNR w kq - 0 1", -462, "White king moved"},
+    {"rnb1kbnr/pppp1ppp/8/4p2q/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1", -13, "early queen"},
+    {"7k/4n1pp/3KP3/8/8/8/6PP/R7 w - - 0 1", 494, "blocked passer, king beside it"},
+    {"7k/4n1pp/4P3/3K4/8/8/6PP/R7 w - - 0 1", 434, "blocked passer, king behind"},
+    {"4k3/8/4K3/4P3/8/8/8/8 w - - 0 1", 782, "king leads its pawn"},
+    {"2k5/8/1K6/P7/8/8/8/8 w - - 0 1", 815, "king leads the rook pawn"},
+    {"4k3/8/8/4P3/4K3/8/8/8 w - - 0 1", 222, "king behind its pawn"},
+    {"4k3/pp3p1p/2p3p1/8/1P1P4/P3P2P/5P2/4K3 w - - 0 1", 21, "pawn structure"},
+    {"4k3/8/8/8/2P5/2P5/8/4K3 w - - 0 1", 209, "doubled isolated pawns"},
+    {"4k3/p7/8/1P6/8/P7/8/4K3 w - - 0 1", 111, "backward and passed pawns"},
+    {"6k1/5pp1/8/8/8/5PP1/7P/6K1 w - - 0 1", 108, "shelter with a pawn chain"},
+    {"6k1/8/8/8/5PPP/8/8/6K1 w - - 0 1", 474, "shelter pushed to the fourth rank"},
+    {"rr2k3/8/8/8/8/8/8/3QK3 w - - 0 1", -10, "queen against two rooks"},
+    {"1nb1k3/8/8/8/8/8/8/R3K3 w - - 0 1", -250, "rook against two minors"},
+    {"rb2k3/8/8/8/8/8/8/3QK3 w - - 0 1", 190, "queen against rook and minor"},
+    {"3qk3/8/8/8/8/8/8/1NBNK3 w - - 0 1", 120, "three minors against a queen"},
+    {"r2bk3/pp6/8/8/8/8/PP6/R2QKB2 w - - 0 1", 1036, "one side below the endgame line"},
+    {"7k/8/8/8/8/8/8/1NB1K3 w - - 0 1", 820, "bishop and knight, right corner"},
+    {"k7/8/8/8/8/8/8/1N2KB2 w - - 0 1", 820, "bishop and knight, light corner"},
+    {"8/8/8/3k4/8/8/8/1NB1K3 w - - 0 1", 750, "bishop and knight, king in the centre"},
+    {"k7/8/2K5/8/8/8/8/7R w - - 0 1", 735, "rook drives the king to the edge"},
+    {"8/8/8/3K4/8/8/8/r3k3 b - - 0 1", -645, "Black's rook against the king"},
+    {"3bk3/8/8/8/8/8/8/R3K3 w - - 0 1", 0, "rook against bishop is drawn"},
+    {"4k3/8/8/8/8/8/P7/4KB2 w - - 0 1", 414, "bishop guards the corner"},
+    {"8/1k6/8/8/8/8/P7/2B1K3 w - - 0 1", 0, "wrong bishop"},
+    {"4k1n1/8/8/8/8/8/8/1NN1K3 w - - 0 1", 0, "two knights against one"},
+    {"4k1r1/8/8/8/8/8/8/RB2K3 w - - 0 1", 0, "rook and bishop against rook"},
+};
+
+INSTANTIATE_TEST_SUITE_P(Terms, GoldenEvaluation, testing::ValuesIn(GoldenCases));
+
+// The game phase: the opening while castling is kept, the endgame once both
+// sides are below fifteen piece units, and never back.
+TEST(GamePhase, EndgameNeedsBothSidesBelowFifteenUnits) {
+  const struct {
+    const char *fen;
+    int phase;
+  } cases[] = {
+      {StartFen, 0},
+      {"rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w - - 0 1", 1},
+      {"r2bk3/pp6/8/8/8/8/PP6/R2QKB2 w - - 0 1", 1},
+      {"r2bk3/pp6/8/8/8/8/PP6/R2BK3 w KQkq - 0 1", 2},
+  };
+  for (const auto &c : cases) {
+    Prepare();
+    SetFen(c.fen);
+    PrepareSearchTables(SideToMove);
+    EXPECT_EQ(GamePhase, c.phase) << c.fen;
   }
-}
-
-TEST(Evaluate, OnlyWhiteCanWinKeepsBlacksAdvantageAtTheDrawValue) {
-  // Black's rook pawns cannot pass White's king in the corner; White's h-pawn
-  // still can run.
-  Prepare();
-  SetFen("8/8/8/p7/k7/p7/7P/1K6 w - - 0 1");
-  DrawValue[White] = 15;
-  DrawValue[Black] = -15;
+  Board[D4] = Queen;
+  DerivePositionState();
   PrepareSearchTables(White);
-  EXPECT_EQ(WinChances(White), 1);
-  EvalTrace t;
-  EXPECT_EQ(EvaluateTraced(White, -Wide, Wide, 1, t), 15);
-  EXPECT_LT(t.beforeScaling, 15);
-}
-
-TEST(Evaluate, LazyExitsReturnThePartialValue) {
-  const char *queenDown = "rnb1kbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR b KQkq - 0 1";
-  EvalTrace t = Trace(queenDown, 1600, 1700);
-  EXPECT_EQ(t.exit, EvalExitMaterial);
-  EXPECT_EQ(t.result, MaterialBalance());
-  t = Trace(queenDown, -Wide, -2000);
-  EXPECT_EQ(t.exit, EvalExitMaterial);
-  // Beyond the pawn margin but within the material margin.
-  t = Trace(queenDown, 1300, 1400);
-  EXPECT_EQ(t.exit, EvalExitPawns);
-  EXPECT_EQ(t.result, t.material + t.pawns);
-}
-
-TEST(Evaluate, KnightOutpostBlockingTheCentrePawn) {
-  // Knight e6 defended once by d5; Black has a knight, so half the outpost again.
-  EvalTrace t = Trace("4k3/4p3/4N3/3P4/8/8/8/n3K3 w - - 0 1");
-  EXPECT_EQ(t.knights[White], 6 + 20 + 10 + 12);
-  // Without a Black minor piece able to exchange it, the full outpost again.
-  t = Trace("4k3/4p3/4N3/3P4/8/8/8/4K3 w - - 0 1");
-  EXPECT_EQ(t.knights[White], 6 + 20 + 20 + 12);
-  // A pawn on f7 can drive it away: table value only.
-  t = Trace("4k3/4pp2/4N3/3P4/8/8/8/4K3 w - - 0 1");
-  EXPECT_EQ(t.knights[White], 6);
-  // Mirrored for Black.
-  t = Trace("4k3/8/8/8/3p4/4n3/4P3/N3K3 b - - 0 1");
-  EXPECT_EQ(t.knights[Black], -(6 + 20 + 10 + 12));
-}
-
-TEST(Evaluate, TrappedBishop) {
-  // Lone dark-squared bishop on a7, no White pawns on dark squares.
-  EvalTrace t = Trace("4k3/B7/1p6/8/8/8/2P5/4K3 w - - 0 1");
-  EXPECT_EQ(t.bishopSet[White], -175);
-  t = Trace("4k3/B7/8/1p6/8/8/2P5/4K3 w - - 0 1");
-  EXPECT_EQ(t.bishopSet[White], 0);
-  t = Trace("4k3/6p1/8/8/8/6P1/7b/4K3 b - - 0 1");
-  EXPECT_EQ(t.bishopSet[Black], 175 + 4 * 1);  // g7 is a dark square like h2
-}
-
-TEST(Evaluate, BishopSetTerms) {
-  // Pair with seven pawns, fianchetto with the king on g1 next to g2.
-  EvalTrace t = Trace("r2qk2r/pppppppp/8/8/8/6P1/1PPPPPBP/RQB3K1 w kq - 0 1");
-  EXPECT_EQ(t.bishopSet[White], 15 + 10);
-  // A lone bishop pays 4 per own pawn on its colour: f1, d3 and e2 are light.
-  t = Trace("4k3/8/8/8/8/3P4/4P3/4KB2 w - - 0 1");
-  EXPECT_EQ(t.bishopSet[White], -4 * 2);
-}
-
-TEST(Evaluate, RookFilesAndSeventhRank) {
-  // Open d-file: file value 6 + 24.
-  EvalTrace t = Trace("4k3/ppp2ppp/8/8/8/8/PPP2PPP/3RK3 w - - 0 1");
-  EXPECT_EQ(t.rooks[White], 6 + 24);
-  // Half-open c-file (Black pawn c7): +5; its rank reaches d1 on an open file.
-  t = Trace("4k3/ppp2ppp/8/8/8/8/PP3PPP/1NR1K3 w - - 0 1");
-  EXPECT_EQ(t.rooks[White], 4 + 5);
-  // Boxed in by knights, far from the only open file (h): -12 as well.
-  t = Trace("4k3/ppppppp1/8/8/8/8/PP1PPPP1/1NRNK3 w - - 0 1");
-  EXPECT_EQ(t.rooks[White], 4 - 12 + 5);
-  // Two rooks on the seventh with the king on the eighth: each 24 + 30 + 16.
-  t = Trace("4k3/RR5p/8/8/8/8/7P/4K3 w - - 0 1");
-  EXPECT_EQ(t.rooks[White], 2 * (0 + 24 + 30 + 16));
-  // Rook behind its own passer (+40) and in front of it (-20).
-  t = Trace("4k3/8/8/3P4/8/8/8/3RK3 w - - 0 1");
-  EXPECT_EQ(t.rooks[White], 6 + 40);
-  t = Trace("3R4/8/7k/3P4/8/8/8/4K3 w - - 0 1");
-  EXPECT_EQ(t.rooks[White], 6 - 20);
-}
-
-TEST(Evaluate, OppositeBishopsHalveTheScore) {
-  // White three pawns ahead on files b to g, bishops alone.
-  EvalTrace t = Trace("4k3/8/5b2/8/2PPP3/8/4B3/4K3 w - - 0 1");
-  EXPECT_EQ(t.exit, EvalExitBishops);
-  EXPECT_EQ(t.result, t.beforeScaling / 2);
-  // Material equal within two pawns: a quarter.
-  t = Trace("4k3/6p1/5b2/8/2PP4/8/4B3/4K3 w - - 0 1");
-  EXPECT_EQ(t.result, t.beforeScaling / 4);
-  // Same-coloured bishops: unchanged.
-  t = Trace("4k3/8/4b3/8/2PPP3/8/4B3/4K3 w - - 0 1");
-  EXPECT_EQ(t.result, t.beforeScaling);
-  // Extra rooks on both sides: the material difference is kept whole.
-  t = Trace("r3k3/8/5b2/8/2PPP3/8/4B3/R3K3 w - - 0 1");
-  const int d = 300;
-  EXPECT_EQ(t.result, (t.beforeScaling - d) / 2 + d);
-}
-
-TEST(Evaluate, EndgameSkipsKingSafety) {
-  EvalTrace t = Trace("6k1/5ppp/8/8/8/8/Q4PPP/6K1 w - - 0 1");
-  EXPECT_EQ(t.kingSafety, 0);
-  EXPECT_EQ(t.kingDanger[White], 0);
-  EXPECT_EQ(t.kingDanger[Black], 0);
-  EXPECT_EQ(t.attack[White], OffensiveTable[White][t.attackSum[White] + 8]);
-  EXPECT_EQ(t.attack[Black], -OffensiveTable[Black][t.attackSum[Black] + 8]);
-}
-
-TEST(Evaluate, QueenFarFromTheKingLowersTheAttackSumToMinusEight) {
-  // Two queens on the a-file against a king on g8, more than four pawns:
-  // each lowers the sum by 8, the second only down to -8.
-  EvalTrace t = Trace("6k1/5ppp/8/8/Q7/Q7/PPPPPPPP/4K3 w - - 0 1");
-  EXPECT_EQ(t.attackSum[White], -8);
-  EXPECT_EQ(t.attack[White], OffensiveTable[White][0]);
-}
-
-TEST(KingSafety, ShelterAndAttackers) {
-  Prepare();
-  // Castled king g1 behind f2, g3, h2, a Black bishop on f3 and a Black queen.
-  SetFen("q5k1/5ppp/8/8/8/5bP1/5P1P/6K1 w - - 0 1");
-  PrepareSearchTables(White);
-  EvaluatePawns(White, 1);
-  const int safety = KingSafety();
-  // g1 weighs 0; king-side shelter: g2 missing (2); the bishop on f3 (3).
-  EXPECT_EQ(WhiteKingDanger, 0 + 2 + 3);
-  EXPECT_EQ(BlackKingDanger, 0);
-  EXPECT_EQ(safety, SafetyBase[0] - SafetyBase[5]);
-  // Uncastled king with both rights and an open e-file.
-  SetFen("r3k2r/pppp1ppp/8/8/8/8/PPPP1PPP/R3K2R w KQkq - 0 1");
-  EvaluatePawns(White, 1);
-  KingSafety();
-  EXPECT_EQ(WhiteKingDanger, (3 + 4) / 2);
-}
-
-TEST(Development, QueensAndCastlingRights) {
-  Prepare();
-  SetFen("rnb1kbnr/pppp1ppp/8/4p2q/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1");
-  EXPECT_EQ(Development(), 15);
-  SetFen("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w kq - 0 1");
-  EXPECT_EQ(Development(), -35);
-  WhiteSide.castled = 1;
-  EXPECT_EQ(Development(), 0);
-  SetFen("rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w Kkq - 0 1");
-  EXPECT_EQ(Development(), 0);  // one right left
-}
-
-TEST(InitEvaluationTables, BlackTablesMirrorWhites) {
-  Prepare();
-  for (int s = 0; s < 64; ++s) {
-    EXPECT_EQ(KnightTables[Black][s], KnightTables[White][s ^ 56]);
-    EXPECT_EQ(KingTablesQueenSide[Black][s], KingTablesQueenSide[White][s ^ 56]);
-    EXPECT_EQ(PawnSquareTables[Black][s], PawnSquareTables[White][s ^ 56]);
-  }
-  // Printed rank 8 on top: the first printed line is the eighth rank.
-  EXPECT_EQ(KnightTables[White][A8], -32);
-  EXPECT_EQ(QueenTables[White][A7], -15);
-  EXPECT_EQ(PawnSquareTables[White][D2], -7);
-  EXPECT_EQ(KingDangerTables[White][B1], 0);
-  EXPECT_EQ(KingDangerTables[Black][B8], 0);
+  EXPECT_EQ(GamePhase, 2) << "a queen back on the board";
 }
 
 }  // namespace

@@ -72,7 +72,8 @@ const char *const Positions[] = {
 };
 
 // Whatever hash move and killers it is given, the selector returns exactly
-// the generated moves, each once, the valid hash move first.
+// the generated moves, each once, the valid hash move first; the evasion
+// selector likewise in check.
 TEST(NextMove, ReturnsEveryMoveOnce) {
   for (const char *fen : Positions) {
     SetFen(fen);
@@ -93,6 +94,18 @@ TEST(NextMove, ReturnsEveryMoveOnce) {
         EXPECT_EQ(got.front(), pick[0]) << fen;
       }
     }
+  }
+  for (const char *fen : {"4k3/8/8/8/8/8/3q4/R3K2R w KQ -", "r3k2r/8/8/1B6/8/8/8/4K3 b kq -",
+                          "4k3/8/8/8/1b6/8/8/RN2K2R w KQ -"}) {
+    SetFen(fen);
+    Ply[0].listEnd = 1;
+    if (SideToMove) GenerateEvasions<White>(1); else GenerateEvasions<Black>(1);
+    const std::vector<Move> all(MoveStack + 1, MoveStack + Ply[1].listEnd);
+    ASSERT_FALSE(all.empty()) << fen;
+    PrepareNode(all.back());
+    const std::vector<Move> got = Drain(true);
+    EXPECT_EQ(got.front(), all.back()) << fen;
+    EXPECT_EQ(Sorted(got), Sorted(all)) << fen;
   }
 }
 
@@ -131,75 +144,6 @@ TEST(NextMove, StagesComeInOrder) {
   ClearHistory();
 }
 
-// With every counter 0 the first history pick is the earliest entry left,
-// which is the losing capture in front of the quiet moves.
-TEST(NextMove, LosingCaptureCanRankAmongTheHistoryPicks) {
-  SetFen("4k3/8/3p4/4p3/8/5N2/8/3QK3 w - - 0 1");
-  ClearHistory();
-  const std::vector<Move> all = Generated();
-  PrepareNode();
-  const std::vector<Move> got = Drain(false);
-  ASSERT_GE(got.size(), 2u);
-  EXPECT_EQ(got[0], Find(all, D1, D6));
-  EXPECT_EQ(got[1], Find(all, F3, E5));
-}
-
-TEST(NextMove, HashMoveComesBeforeAnyGeneration) {
-  SetFen("4k3/8/3p4/4p3/8/5N2/8/3QK3 w - - 0 1");
-  const std::vector<Move> all = Generated();
-  const Move capture = Find(all, D1, D6);
-  PrepareNode(capture);
-  EXPECT_EQ(NextMove<White>(1), capture);
-  EXPECT_EQ(Ply[1].listEnd, Ply[0].listEnd);  // nothing generated yet
-  const Move second = NextMove<White>(1);
-  EXPECT_NE(second, capture);
-  EXPECT_EQ(Ply[1].hashMove, 0u);  // found among the captures and removed
-
-  // A stale hash move (blocked path, wrong victim, moved piece) is skipped.
-  const Move stale[] = {MoveWord(D1, D8, Queen), MoveWord(D1, D6, Queen, Knight), MoveWord(C1, C4, Bishop),
-                        MoveWord(F3, E5, Knight, Queen)};
-  PrepareNode();
-  const std::vector<Move> plain = Drain(false);
-  for (Move m : stale) {
-    EXPECT_EQ(PseudoLegal(m), 0);
-    PrepareNode(m);
-    EXPECT_EQ(Drain(false), plain);
-  }
-}
-
-TEST(NextMove, KillersAreCheckedAndNotRepeated) {
-  SetFen("4k3/8/3p4/4p3/8/5N2/8/3QK3 w - - 0 1");
-  const std::vector<Move> all = Generated();
-  const Move quiet = Find(all, E1, F2);
-  // The killer equal to the hash move comes once; a killer whose
-  // destination is taken is skipped.
-  PrepareNode(quiet, quiet, MoveWord(D1, D6, Queen));
-  std::vector<Move> got = Drain(false);
-  EXPECT_EQ(std::count(got.begin(), got.end(), quiet), 1);
-  EXPECT_EQ(Sorted(got), Sorted(all));
-  EXPECT_EQ(PseudoLegal(MoveWord(D1, D6, Queen)), 0);  // d6 holds a pawn
-  EXPECT_EQ(PseudoLegal(MoveWord(E1, E2, King)), 1);
-}
-
-TEST(IsPseudoLegal, CastlingNeedsRightsEmptySquaresAndSafePassage) {
-  SetFen("r3k2r/8/8/8/8/8/8/R3K2R w KQkq -");
-  EXPECT_EQ(PseudoLegal(MoveWord(E1, G1, King)), 1);
-  EXPECT_EQ(PseudoLegal(MoveWord(E1, C1, King)), 1);
-  SetFen("r3k2r/8/8/8/8/8/8/R3K2R w Kkq -");  // queen side right gone
-  EXPECT_EQ(PseudoLegal(MoveWord(E1, C1, King)), 0);
-  SetFen("r3k2r/8/8/8/8/8/8/RN2K1NR w KQkq -");  // b1 and g1 occupied
-  EXPECT_EQ(PseudoLegal(MoveWord(E1, C1, King)), 0);
-  EXPECT_EQ(PseudoLegal(MoveWord(E1, G1, King)), 0);
-  SetFen("r3k2r/8/8/8/8/8/3r4/R3K2R w KQkq -");  // d1 attacked
-  EXPECT_EQ(PseudoLegal(MoveWord(E1, C1, King)), 0);
-  EXPECT_EQ(PseudoLegal(MoveWord(E1, G1, King)), 1);
-  SetFen("r3k2r/8/8/8/8/8/6r1/R3K2R b KQkq -");  // Black: nothing attacks e8, f8, g8
-  EXPECT_EQ(PseudoLegal(MoveWord(E8, G8, King)), 1);
-  SetFen("r3k2r/8/8/8/8/8/8/R3K1RR b KQkq -");  // g8 attacked by the g1 rook
-  EXPECT_EQ(PseudoLegal(MoveWord(E8, G8, King)), 0);
-  EXPECT_EQ(PseudoLegal(MoveWord(E8, C8, King)), 1);
-}
-
 // Any move word of any of the positions is accepted exactly when the
 // generator of the current position produces it.
 TEST(IsPseudoLegal, AgreesWithTheGenerator) {
@@ -216,41 +160,6 @@ TEST(IsPseudoLegal, AgreesWithTheGenerator) {
       EXPECT_EQ(PseudoLegal(m), generated ? 1 : 0) << fen << " move " << m;
     }
   }
-}
-
-TEST(NextEvasion, HashMoveFirstThenEveryEvasionOnce) {
-  const char *fens[] = {"4k3/8/8/8/8/8/3q4/R3K2R w KQ -", "r3k2r/8/8/1B6/8/8/8/4K3 b kq -",
-                        "4k3/8/8/8/1b6/8/8/RN2K2R w KQ -"};
-  for (const char *fen : fens) {
-    SetFen(fen);
-    ASSERT_TRUE(InCheck(SideToMove)) << fen;
-    Ply[0].listEnd = 1;
-    if (SideToMove) GenerateEvasions<White>(1); else GenerateEvasions<Black>(1);
-    const std::vector<Move> all(MoveStack + 1, MoveStack + Ply[1].listEnd);
-    ASSERT_FALSE(all.empty()) << fen;
-    PrepareNode();
-    EXPECT_EQ(Sorted(Drain(true)), Sorted(all)) << fen;
-    PrepareNode(all.back());
-    const std::vector<Move> got = Drain(true);
-    EXPECT_EQ(got.front(), all.back()) << fen;
-    EXPECT_EQ(Sorted(got), Sorted(all)) << fen;
-  }
-}
-
-// A safe capture of the checker comes before an interposition that only
-// loses the piece.
-TEST(NextEvasion, CapturesBeforeLosingBlocks) {
-  // The rook on e8 gives check; Nxe8 wins it, Be3 blocks where it is lost.
-  SetFen("4r2k/8/5N2/8/8/8/8/2B1K3 w - -");
-  PrepareNode();
-  const std::vector<Move> got = Drain(true);
-  ASSERT_FALSE(got.empty());
-  EXPECT_EQ(MoveTo(got.front()), E8);
-  EXPECT_EQ(MovePiece(got.front()), Knight);
-  const auto block = std::find_if(got.begin(), got.end(), [](Move m) { return MovePiece(m) == Bishop; });
-  ASSERT_NE(block, got.end());
-  // The king steps aside for nothing, so every king move comes first.
-  for (auto it = block; it != got.end(); ++it) EXPECT_NE(MovePiece(*it), King);
 }
 
 }  // namespace

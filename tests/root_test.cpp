@@ -126,16 +126,6 @@ TEST_F(Search, SingleLegalMoveSearchesFivePliesAndKeepsTheLimit) {
   EXPECT_EQ(Reports.back().depth, 5);
 }
 
-TEST_F(Search, ShallowLimitsReportNothing) {
-  for (int depth : {0, 1, 4}) {
-    Order.clear();
-    EXPECT_EQ(Analyse(StartFen, depth), 0);
-    EXPECT_TRUE(Order.find('L') == std::string::npos) << depth;
-  }
-  EXPECT_EQ(Analyse(StartFen, 5), 0);
-  EXPECT_EQ(Reports.back().depth, 5);
-}
-
 // Every report calls depth, nodes, then the line or move; fail reports carry
 // the root move alone and the bound that was crossed.
 TEST_F(Search, ReportsAndAspirationFailures) {
@@ -174,28 +164,6 @@ TEST_F(Search, ReportsAndAspirationFailures) {
     }
   }
   EXPECT_GT(failures, 0);
-}
-
-// With nothing to choose between the moves, the first one stays best.
-TEST_F(Search, AnEqualMoveDoesNotReplaceTheBest) {
-  Analyse("8/8/8/8/8/8/k7/7K w - -", 9);
-  int exactPerDepth[32] = {};
-  for (const Report &r : Reports) {
-    if (r.kind == "line" && r.text.back() == ' ') {
-      EXPECT_EQ(r.text.substr(0, 4), "h1g1");
-      exactPerDepth[r.depth]++;
-    }
-  }
-  for (int depth = 5; depth <= 9; ++depth) EXPECT_EQ(exactPerDepth[depth], 1) << depth;
-}
-
-TEST_F(Search, SameSearchSameNodes) {
-  const char *fen = "r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/2N2N2/PP2BPPP/R2QKB1R w KQ -";
-  Analyse(fen, 7);
-  const uint32_t first = NodeCount;
-  VarnClearHashtable();
-  Analyse(fen, 7);
-  EXPECT_EQ(NodeCount, first);
 }
 
 TEST_F(Search, StopFromAnotherThreadLeavesThePositionAsItWas) {

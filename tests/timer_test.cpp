@@ -46,91 +46,81 @@ class Clock : public ::testing::Test {
 };
 
 TEST_F(Clock, ElapsedTimeIsClampedToInt32) {
-  FakeNow = Origin + 1234;
-  EXPECT_EQ(ElapsedMs(), 1234);
   FakeNow = Origin - 10;
   EXPECT_EQ(ElapsedMs(), 0);
   FakeNow = Origin + (int64_t(1) << 40);
   EXPECT_EQ(ElapsedMs(), INT32_MAX);
-  ReadClockMs = SystemClockMs;
-  StartClock();
-  EXPECT_GE(ElapsedMs(), 0);
-  EXPECT_LT(ElapsedMs(), 1000);
 }
 
-TEST_F(Clock, OneMoveInTenSeconds) {
-  VarnSetTime(1, 10);
-  EXPECT_EQ(FirstStop(300, 1), 7001) << "no iteration starts after 70 percent";
-  BestMoveChangeDepth = 120;
-  EXPECT_EQ(FirstStop(300, 1), 5001) << "stable for three plies: 50 percent";
-  BestMoveChangeDepth = 121;
-  EXPECT_EQ(FirstStop(300, 1), 7001);
-  for (int index = 2; index <= 5; ++index) {
-    RootMoveIndex = index;
-    EXPECT_EQ(StopAt(1'000'000, 300, 1), 0) << "root move " << index << " always starts";
+// One time rule: the limits the host set, the place of the check (root move
+// index, depth in sixtieths, ply) and the first elapsed millisecond at which
+// the check says stop (-1: never within a million).
+struct TimeRule {
+  const char *what;
+  int mode, first, second;  // VarnSetTime(moves, s), VarnSetBlitz(s, inc), VarnSetDepth(plies)
+  int blitzSpeed, rootIndex, changeDepth, scoreDropped, pondering;
+  int depth, ply;
+  int64_t firstStop;
+};
+
+void PrintTo(const TimeRule &rule, std::ostream *out) { *out << rule.what; }
+
+class TimeRules : public Clock, public testing::WithParamInterface<TimeRule> {};
+
+TEST_P(TimeRules, FirstStop) {
+  const TimeRule &rule = GetParam();
+  switch (rule.mode) {
+    case TimeModeMovesInTime: VarnSetTime(rule.first, rule.second); break;
+    case TimeModeBlitz: VarnSetBlitz(rule.first, rule.second); break;
+    case TimeModeDepth: VarnSetDepth(rule.first); break;
+    default: VarnSetInfinite();
   }
-  RootMoveIndex = 6;
-  EXPECT_EQ(FirstStop(300, 1), 10001);
-  RootScoreDropped = 1;
-  EXPECT_EQ(StopAt(1'000'000, 300, 1), 0) << "a dropped score finishes the iteration";
-  EXPECT_EQ(FirstStop(600, 2), 9000) << "in the tree: one second must remain";
-  EXPECT_EQ(FirstStop(600, 7), 9000);
+  BlitzPlayingSpeed = rule.blitzSpeed;
+  RootMoveIndex = rule.rootIndex;
+  BestMoveChangeDepth = rule.changeDepth;
+  RootScoreDropped = rule.scoreDropped;
+  Pondering = rule.pondering;
+  EXPECT_EQ(FirstStop(rule.depth, rule.ply), rule.firstStop);
 }
 
-TEST_F(Clock, FortyMovesInTwoHundredSeconds) {
-  VarnSetTime(40, 200);
-  EXPECT_EQ(FirstStop(300, 1), 3501);
-  RootMoveIndex = 6;
-  EXPECT_EQ(FirstStop(300, 1), 5001);
-  EXPECT_EQ(FirstStop(300, 2), 20000) << "four budgets in the tree";
-  VarnSetTime(2, 20);  // budget 10 s, but only 20 - t - 1 <= 5 s left
-  EXPECT_EQ(FirstStop(300, 2), 14000);
-}
+constexpr int MIT = TimeModeMovesInTime, Blitz = TimeModeBlitz, Depth = TimeModeDepth, Inf = TimeModeInfinite;
 
-TEST_F(Clock, BlitzBudget) {
-  VarnSetBlitz(300, 5);
-  EXPECT_EQ(ClockTimeMs, 300000);
-  EXPECT_EQ(IncrementMs, 5000);
-  EXPECT_EQ(MovesToGo, 0);
-  EXPECT_EQ(FirstStop(300, 1), 11577);
-  BestMoveChangeDepth = 0;
-  EXPECT_EQ(FirstStop(300, 1), 8270);
-  RootMoveIndex = 6;
-  EXPECT_EQ(FirstStop(300, 1), 16539);
-  EXPECT_EQ(FirstStop(300, 2, 100000), 69228);
-  VarnSetBlitz(300, 0);
-  EXPECT_EQ(FirstStop(300, 2, 100000), 69228) << "the increment plays no part in the tree";
-  BlitzPlayingSpeed = 35;
-  EXPECT_EQ(FirstStop(300, 2, 100000), 6 * (300000 / 35));
-}
+INSTANTIATE_TEST_SUITE_P(
+    Table, TimeRules,
+    testing::Values(
+        // what, mode, limits, speed, root index, change depth, dropped, pondering, depth, ply -> first stop
+        TimeRule{"new iteration after 70%", MIT, 1, 10, 26, 1, 300, 0, 0, 300, 1, 7001},
+        TimeRule{"stable three plies: 50%", MIT, 1, 10, 26, 1, 120, 0, 0, 300, 1, 5001},
+        TimeRule{"stable two plies: 70%", MIT, 1, 10, 26, 1, 121, 0, 0, 300, 1, 7001},
+        TimeRule{"root move 2 always starts", MIT, 1, 10, 26, 2, 300, 0, 0, 300, 1, -1},
+        TimeRule{"root move 5 always starts", MIT, 1, 10, 26, 5, 300, 0, 0, 300, 1, -1},
+        TimeRule{"root move 6 after the budget", MIT, 1, 10, 26, 6, 300, 0, 0, 300, 1, 10001},
+        TimeRule{"dropped score finishes", MIT, 1, 10, 26, 6, 300, 1, 0, 300, 1, -1},
+        TimeRule{"tree: one second must remain", MIT, 1, 10, 26, 1, 300, 0, 0, 600, 2, 9000},
+        TimeRule{"tree, deeper ply", MIT, 1, 10, 26, 1, 300, 0, 0, 600, 7, 9000},
+        TimeRule{"40 moves: root", MIT, 40, 200, 26, 1, 300, 0, 0, 300, 1, 3501},
+        TimeRule{"40 moves: root move 6", MIT, 40, 200, 26, 6, 300, 0, 0, 300, 1, 5001},
+        TimeRule{"40 moves: four budgets in the tree", MIT, 40, 200, 26, 1, 300, 0, 0, 300, 2, 20000},
+        TimeRule{"2 moves: half a budget per other move", MIT, 2, 20, 26, 1, 300, 0, 0, 300, 2, 14000},
+        TimeRule{"pondering never stops", MIT, 1, 10, 26, 6, 300, 0, 1, 300, 2, -1},
+        TimeRule{"blitz: root", Blitz, 300, 5, 26, 1, 300, 0, 0, 300, 1, 11577},
+        TimeRule{"blitz: stable", Blitz, 300, 5, 26, 1, 0, 0, 0, 300, 1, 8270},
+        TimeRule{"blitz: root move 6", Blitz, 300, 5, 26, 6, 300, 0, 0, 300, 1, 16539},
+        TimeRule{"blitz: tree", Blitz, 300, 5, 26, 1, 300, 0, 0, 300, 2, 69228},
+        TimeRule{"blitz: tree ignores the increment", Blitz, 300, 0, 26, 1, 300, 0, 0, 300, 2, 69228},
+        TimeRule{"blitz: playing speed", Blitz, 300, 0, 35, 1, 300, 0, 0, 300, 2, 6 * (300000 / 35)},
+        TimeRule{"blitz: clock run out", Blitz, 1, 100, 26, 3, 300, 0, 0, 300, 1, 1001},
+        TimeRule{"depth: below the limit", Depth, 3, 0, 26, 1, 300, 0, 0, 239, 1, -1},
+        TimeRule{"depth: at the limit", Depth, 3, 0, 26, 1, 300, 0, 0, 240, 1, 0},
+        TimeRule{"depth: never in the tree", Depth, 3, 0, 26, 1, 300, 0, 0, 6000, 2, -1},
+        TimeRule{"depth: pondering", Depth, 1, 0, 26, 1, 300, 0, 1, 6000, 1, -1},
+        TimeRule{"infinite: root", Inf, 0, 0, 26, 1, 300, 0, 0, 6000, 1, -1},
+        TimeRule{"infinite: tree", Inf, 0, 0, 26, 1, 300, 0, 0, 6000, 2, -1}));
 
-TEST_F(Clock, BlitzClockRunOutStopsEveryRootMove) {
-  VarnSetBlitz(1, 100);  // a budget far beyond the clock
-  RootMoveIndex = 3;
-  EXPECT_EQ(StopAt(1000, 300, 1), 0);
-  EXPECT_EQ(StopAt(1001, 300, 1), 1);
-}
-
-TEST_F(Clock, DepthLimitStopsAtTheRootOnly) {
-  VarnSetDepth(3);
-  EXPECT_EQ(StopAt(0, 180, 1), 0);
-  EXPECT_EQ(StopAt(0, 239, 1), 0);
-  EXPECT_EQ(StopAt(0, 240, 1), 1);
-  EXPECT_EQ(StopAt(0, 6000, 2), 0);
-  VarnSetInfinite();
-  EXPECT_EQ(StopAt(INT32_MAX, 6000, 1), 0);
-  EXPECT_EQ(StopAt(INT32_MAX, 6000, 2), 0);
-}
-
-TEST_F(Clock, PonderingNeverStopsUntilPonderHit) {
+// The ponder hit restarts the clock and hands the pondered time to the rules.
+TEST_F(Clock, PonderHitCountsThePonderedTime) {
   VarnSetTime(1, 10);
   Pondering = 1;
-  EXPECT_EQ(StopAt(1'000'000, 300, 1), 0);
-  EXPECT_EQ(StopAt(1'000'000, 300, 2), 0);
-  VarnSetDepth(1);
-  EXPECT_EQ(StopAt(0, 6000, 1), 0);
-
-  VarnSetTime(1, 10);
   FakeNow = Origin + 4000;
   VarnPonderingOff();
   EXPECT_EQ(Pondering, 0);

@@ -113,14 +113,8 @@ grep -q '^0 failed$' <<<"$out" || fail "varn-dllcheck.exe"
 
 # 2. Move generation and search count the same trees on both platforms: perft
 # of the six standard positions and the benchmark at depth 8.
-perft_positions=(
-  "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -|5"
-  "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -|4"
-  "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -|5"
-  "r3k2r/Pppp1ppp/1b3nbN/nP6/BBP1P3/q4N2/Pp1P2PP/R2Q1RK1 w kq -|4"
-  "rnbq1k1r/pp1Pbppp/2p5/8/2B5/8/PPP1NnPP/RNBQK2R w KQ -|4"
-  "r4rk1/1pp1qppp/p1np1n2/2b1p1B1/2B1P3/P1NP1N2/1PP1QPPP/R4RK1 w - -|4"
-)
+# The six standard perft positions and depths, one "FEN|depth" a line.
+mapfile -t perft_positions < scripts/perft-positions.txt
 for entry in "${perft_positions[@]}"; do
   fen=${entry%|*} depth=${entry##*|}
   want=$("$linux/varn-perft" "$fen" "$depth" | grep '^nodes')

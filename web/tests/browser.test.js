@@ -39,7 +39,14 @@ const fen = () => page.inputValue('#fen');
 const moveCount = () => page.locator('#moves .move').count();
 
 async function clickSquare(square) {
-  const box = await page.locator(`#board rect[data-square="${square}"]`).boundingBox();
+  // The board redraws its squares when a game starts or it turns; wait for them.
+  const rect = page.locator(`#board rect[data-square="${square}"]`);
+  let box = null;
+  for (let tries = 0; !box && tries < 50; tries += 1) {
+    if (tries > 0) await page.waitForTimeout(100);
+    box = await rect.boundingBox();
+  }
+  assert.ok(box, `square ${square} is not on the board`);
   await page.mouse.click(box.x + box.width / 2, box.y + box.height / 2);
 }
 

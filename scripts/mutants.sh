@@ -7,7 +7,8 @@
 # Usage: scripts/mutants.sh [mutant list] [name filter]
 #   The list (default scripts/mutants.txt) holds one mutant a line, fields
 #   separated by one tab: name, file, exact original text, replacement. The
-#   original text must occur exactly once in its file; otherwise the mutant is
+#   original text must occur exactly once in its file (a \n in either text
+#   stands for a line break); otherwise the mutant is
 #   reported as not applied. The filter, a grep pattern, picks mutants by name.
 # Build and logs go to build-mutants/ (MUTANT_JOBS sets the parallel jobs, 2 by default).
 set -euo pipefail
@@ -69,6 +70,8 @@ while IFS=$'\t' read -r name file original replacement; do
   case "$name" in '' | '#'*) continue ;; esac
   if [ -n "$filter" ] && ! grep -q -- "$filter" <<<"$name"; then continue; fi
   total=$((total + 1))
+  original=${original//\\n/$'\n'}
+  replacement=${replacement//\\n/$'\n'}
   target=$root/$file
   occurrences=0
   [ -f "$target" ] && occurrences=$(ORIGINAL=$original perl -0777 -ne 'print scalar(() = /\Q$ENV{ORIGINAL}\E/g)' "$target")

@@ -30,30 +30,11 @@ void Prepare() {
   SetParameterDefaults();
 }
 
-// Everything a position is set from, so it can be mirrored and restored.
-struct Snapshot {
-  int32_t board[64];
-  int32_t counters[64];
-  int32_t castled[2];
-  int side;
-  int ep;
-};
-
-Snapshot Capture() {
-  Snapshot p{};
-  for (int s = 0; s < 64; ++s) p.board[s] = Board[s], p.counters[s] = MoveCounter[s];
-  p.castled[White] = WhiteSide.castled;
-  p.castled[Black] = BlackSide.castled;
-  p.side = SideToMove;
-  p.ep = Ply[0].epSquare;
-  return p;
-}
-
 // Sets the position (game phase 0) and the root draw values to 0.
 void Restore(const Snapshot &p) {
   for (int s = 0; s < 64; ++s) Board[s] = p.board[s], MoveCounter[s] = p.counters[s];
-  WhiteSide.castled = p.castled[White];
-  BlackSide.castled = p.castled[Black];
+  WhiteSide.castled = p.white.castled;
+  BlackSide.castled = p.black.castled;
   SideToMove = p.side;
   GamePhase = 0;
   GameMoveCount = 0;
@@ -68,8 +49,8 @@ void Restore(const Snapshot &p) {
 Snapshot Mirror(const Snapshot &p) {
   Snapshot m{};
   for (int s = 0; s < 64; ++s) m.board[s ^ 56] = -p.board[s], m.counters[s ^ 56] = p.counters[s];
-  m.castled[White] = p.castled[Black];
-  m.castled[Black] = p.castled[White];
+  m.white.castled = p.black.castled;
+  m.black.castled = p.white.castled;
   m.side = !p.side;
   m.ep = p.ep ? p.ep ^ 56 : 0;
   return m;
@@ -128,14 +109,8 @@ bool RandomPosition(std::mt19937 &random, Snapshot &p) {
     p.board[s] = pick(2) ? kind : -kind;
   }
   for (int s = 0; s < 64; ++s) p.counters[s] = 1;
-  // Rights where king and rook stand at home, sometimes.
-  constexpr int Rights[4][3] = {{E1, H1, 1}, {E1, A1, 1}, {E8, H8, -1}, {E8, A8, -1}};
-  if (pick(2)) {
-    for (auto [king, rook, code] : Rights)
-      if (p.board[king] == code * King && p.board[rook] == code * Rook) p.counters[king] = p.counters[rook] = 0;
-  }
-  p.castled[White] = pick(4) == 0;
-  p.castled[Black] = pick(4) == 0;
+  p.white.castled = pick(4) == 0;
+  p.black.castled = pick(4) == 0;
   p.side = pick(2);
   Restore(p);
   return !InCheck(!p.side);
@@ -145,7 +120,7 @@ std::vector<Snapshot> TreePositions(int depth, int every) {
   std::vector<Snapshot> positions;
   long counter = 0;
   auto keep = [&](int, int) {
-    if (counter++ % every == 0) positions.push_back(Capture());
+    if (counter++ % every == 0) positions.push_back(Snapshot::Take());
   };
   for (const char *fen : TreeRoots) {
     SetFen(fen);

@@ -2,11 +2,9 @@
 // repetitions against the game and inside the search line.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 
 #include "interface.h"
-#include "make.h"
 #include "support/position.h"
 
 namespace {
@@ -53,21 +51,6 @@ INSTANTIATE_TEST_SUITE_P(
                     // The en-passant square carries to the next move.
                     GameCase{StartFen, "e2e4 a7a6 e4e5 d7d5 e5d6", 5, 5, D5, Empty}));
 
-TEST(GameRecordLimits, TwoHalvesGiveTheSameGameAsOne) {
-  const std::string moves = "e2e4 c7c5 g1f3 d7d6 d2d4 c5d4 f3d4 g8f6 b1c3 a7a6 c1e3 e7e5 d4b3";
-  SetPosition(StartFen);
-  Play(moves);
-  KeyPair history[GameHistorySize];
-  std::memcpy(history, GameKeyHistory, sizeof history);
-  const size_t half = moves.find("b1c3");
-  SetPosition(StartFen);
-  Play(moves.substr(0, half));
-  Play(moves.substr(half));
-  EXPECT_EQ(std::memcmp(history, GameKeyHistory, sizeof history), 0);
-  EXPECT_EQ(GameMoveCount, 13);
-  EXPECT_EQ(LastIrreversibleMove, 12);
-}
-
 TEST(GameRecordLimits, HoldsAtMostNineHundredNinetyNineMoves) {
   SetPosition(StartFen);
   std::string shuffle;
@@ -109,19 +92,6 @@ TEST(Repetition, AgainstTheGameAndTheSearchLine) {
   SetKeys(2, 6);
   Ply[2].pieceKey ^= 1;
   EXPECT_EQ(IsRepetition(2), 0) << "both halves must match";
-}
-
-TEST(Repetition, OfAPlayedGame) {
-  SetPosition(StartFen);
-  Play("e2e4 e7e5 g1f3 g8f6 f3g1");
-  DerivePositionState();
-  MakeMove(Black, ParseMoveText(Black, "f6g8"), 1);
-  EXPECT_EQ(IsRepetition(2), 1) << "back to the position after e7e5";
-  SetPosition(StartFen);
-  Play("g1f3");
-  DerivePositionState();
-  MakeMove(Black, ParseMoveText(Black, "g8f6"), 1);
-  EXPECT_EQ(IsRepetition(2), 0);
 }
 
 }  // namespace

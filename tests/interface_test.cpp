@@ -1,23 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <climits>
 #include <cstring>
 #include <string>
 
 #include "interface.h"
 #include "support/position.h"
-
-#if defined(__SANITIZE_ADDRESS__)
-#define VARN_ADDRESS_SANITIZER 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define VARN_ADDRESS_SANITIZER 1
-#endif
-#endif
 
 // Under the thread sanitizer a refused allocation comes back as null, as it
 // does from the plain allocator, instead of ending the program.
@@ -87,40 +75,6 @@ TEST_F(Library504, HostTextsAndNullPointersAreSafe) {
   VarnStopAnalyse();
   VarnPonderingOff();
   EXPECT_EQ(Reports, 0);
-}
-
-// VarnInit asks for 2 x 512 MB in a child whose address space is limited:
-// the table shrinks instead of crashing, and the engine stays usable.
-TEST_F(Library504, RefusedTableShrinksInsteadOfCrashing) {
-#ifdef VARN_ADDRESS_SANITIZER
-  GTEST_SKIP() << "the address sanitizer reserves more address space than the limit allows";
-#else
-  pid_t child = fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    rlimit limit{};
-    getrlimit(RLIMIT_AS, &limit);
-    long pages = 0;
-    if (FILE *status = std::fopen("/proc/self/statm", "r")) {
-      if (std::fscanf(status, "%ld", &pages) != 1) pages = 0;
-      std::fclose(status);
-    }
-    const rlim_t used = rlim_t(pages) * rlim_t(sysconf(_SC_PAGESIZE));
-    limit.rlim_cur = used + (100u << 20);
-    if (setrlimit(RLIMIT_AS, &limit) != 0) _exit(3);
-    const int32_t kilobytes = VarnInit(nullptr, 0, 1 << 20);
-    if (kilobytes <= 0 || kilobytes >= (1 << 20) || kilobytes % 1024) _exit(4);
-    std::string game = "e2e4 e7e5 g1f3";
-    VarnSetGame(game.data());
-    VarnClearHashtable();
-    VarnQuit();
-    _exit(0);
-  }
-  int status = 0;
-  ASSERT_EQ(waitpid(child, &status, 0), child);
-  ASSERT_TRUE(WIFEXITED(status)) << "the child crashed";
-  EXPECT_EQ(WEXITSTATUS(status), 0);
-#endif
 }
 
 // Parameters are read back from the statically linked core: a value is

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstring>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -80,28 +79,6 @@ INSTANTIATE_TEST_SUITE_P(Positions, PerftCounts, testing::Combine(testing::Range
                                   (std::get<1>(info.param) ? "Mirrored" : "");
                          });
 
-// Every field that make and undo must keep in step.
-struct Snapshot {
-  int32_t board[64], counters[64];
-  SideRecord white, black;
-  Bitboard file, diag, antiDiag;
-  static Snapshot Take() {
-    Snapshot s;
-    std::memcpy(s.board, Board, sizeof Board);
-    std::memcpy(s.counters, MoveCounter, sizeof MoveCounter);
-    s.white = WhiteSide;
-    s.black = BlackSide;
-    s.file = RotatedFile;
-    s.diag = RotatedDiag;
-    s.antiDiag = RotatedAntiDiag;
-    return s;
-  }
-  bool operator==(const Snapshot &o) const {
-    return !std::memcmp(board, o.board, sizeof board) && !std::memcmp(counters, o.counters, sizeof counters) &&
-           white == o.white && black == o.black && file == o.file && diag == o.diag && antiDiag == o.antiDiag;
-  }
-};
-
 // Walks the legal tree and checks at every node that the staged generators
 // and the evasion generator agree with GenerateMoves, that make/undo restore
 // everything and that the carried keys equal fresh ones apart from the
@@ -166,29 +143,6 @@ struct ListCase {
   std::vector<std::string> moves;
 };
 
-// The castling moves of the side to move, in generation order.
-class Castling : public testing::TestWithParam<ListCase> {};
-
-TEST_P(Castling, NeedsRightsEmptySquaresAndSafePassage) {
-  SetFen(GetParam().fen);
-  GenerateMoves(SideToMove, 1);
-  std::vector<std::string> found;
-  for (Move m : ListOf(1))
-    if (MovePiece(m) == King && Distance[MoveFrom(m)][MoveTo(m)] == 2) found.push_back(Text(m));
-  EXPECT_EQ(found, GetParam().moves);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, Castling,
-    testing::Values(ListCase{"r3k2r/8/8/8/8/8/8/R3K2R w KQkq -", {"e1g1", "e1c1"}},
-                    ListCase{"r3k2r/8/8/8/8/8/8/R3K2R b KQkq -", {"e8g8", "e8c8"}},
-                    ListCase{"r3k2r/8/8/8/8/8/8/R3K2R w Qk -", {"e1c1"}},
-                    ListCase{"4k3/8/8/8/8/8/4r3/R3K2R w KQ -", {}},              // in check
-                    ListCase{"4k3/8/8/8/8/8/5r2/R3K2R w KQ -", {"e1c1"}},        // f1 attacked
-                    ListCase{"4k3/8/8/8/8/8/1r6/R3K2R w KQ -", {"e1g1", "e1c1"}},  // only b1 attacked
-                    ListCase{"4k3/8/8/8/8/8/8/RN2K2R w KQ -", {"e1g1"}},          // b1 occupied
-                    ListCase{"r3k2r/8/8/8/8/8/8/R3K1RR b KQkq -", {"e8c8"}}));    // g8 attacked
-
 // The answers to a check, in generation order.
 class Evasions : public testing::TestWithParam<ListCase> {};
 
@@ -241,18 +195,6 @@ TEST(Generation, KingCaptureWhenTheLastMoveLeftTheKingAttacked) {
   Ply[1].listEnd = Ply[0].listEnd;
   GenerateCaptures<Black>(2);
   EXPECT_EQ(ListOf(2), std::vector<Move>{MoveWord(D2, E2, Rook, King)});
-}
-
-TEST(LegalRootMoves, FiltersPinsAndFindsMates) {
-  SetFen("4k3/8/8/8/8/8/4N3/4K2r w - -");
-  EXPECT_EQ(LegalRootMoves(White), 3);  // two king steps and the knight's block on g1
-  SetFen("4r1k1/8/8/8/8/8/4N3/4K3 w - -");
-  const int count = LegalRootMoves(White);
-  for (int i = 1; i <= count; ++i) EXPECT_NE(MovePiece(MoveStack[i]), Knight);
-  SetFen("7k/5Q2/6K1/8/8/8/8/8 b - -");
-  EXPECT_EQ(LegalRootMoves(Black), 0);  // stalemate
-  SetFen("7k/6Q1/6K1/8/8/8/8/8 b - -");
-  EXPECT_EQ(LegalRootMoves(Black), 0);  // checkmate
 }
 
 }  // namespace

@@ -1,8 +1,9 @@
-// Test helpers: engine tables built once, positions set from FEN text, and
-// the colour-mirrored twin of a FEN.
+// Test helpers: engine tables built once, positions set from FEN text, the
+// colour-mirrored twin of a FEN, and a copy of the board's whole state.
 #pragma once
 
 #include <cctype>
+#include <cstring>
 #include <sstream>
 #include <string>
 
@@ -51,3 +52,29 @@ inline std::string MirrorFen(const std::string &fen) {
   result.append(" ").append(ep);
   return result;
 }
+
+// Every field that make and undo must keep in step, with the side to move
+// and the en-passant square a position is set from.
+struct Snapshot {
+  int32_t board[64], counters[64];
+  SideRecord white, black;
+  Bitboard file, diag, antiDiag;
+  int side, ep;
+  static Snapshot Take() {
+    Snapshot s;
+    std::memcpy(s.board, Board, sizeof Board);
+    std::memcpy(s.counters, MoveCounter, sizeof MoveCounter);
+    s.white = WhiteSide;
+    s.black = BlackSide;
+    s.file = RotatedFile;
+    s.diag = RotatedDiag;
+    s.antiDiag = RotatedAntiDiag;
+    s.side = SideToMove;
+    s.ep = Ply[0].epSquare;
+    return s;
+  }
+  bool operator==(const Snapshot &o) const {
+    return !std::memcmp(board, o.board, sizeof board) && !std::memcmp(counters, o.counters, sizeof counters) &&
+           white == o.white && black == o.black && file == o.file && diag == o.diag && antiDiag == o.antiDiag;
+  }
+};

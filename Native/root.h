@@ -3,11 +3,18 @@
 
 #include "board.h"
 
-extern Move RootMove;
-extern int32_t RootMoveIndex;
-extern int32_t BestMoveChangeDepth;
-extern int32_t RootScoreDropped;
+// Report kinds of a line report.
+enum : int { ReportKindFailLow = 1, ReportKindFailHigh = 2, ReportKindExact = 4 };
+
+// What the root tells its caller while it searches; the engine interface
+// turns these into the host's callbacks. Depths are in sixtieths of a ply.
+struct RootReports {
+  // Record 1's line with a score: a new best line, or a window bound crossed.
+  void (*line)(int score, int depth, int kind);
+  // The root move about to be searched, its number (from 1) and the count.
+  void (*currentMove)(int depth, Move move, int index, int count);
+};
 
 // Searches the current position for side; 1 when it has no legal move.
-int RootSearch(int side);
+int RootSearch(int side, const RootReports &reports);
 int SearchDispatch(int side, int depth, int ply, int alpha, int beta, int nullAllowed);

@@ -12,19 +12,23 @@
 #include "timer.h"
 #include "undo.h"
 
+Move RootMove;
+int32_t RootMoveIndex;
+int32_t BestMoveChangeDepth;
+int32_t RootScoreDropped;
+
 namespace {
 
 constexpr int AspirationWindow = 40;
 constexpr int LastIteration = 31 * DepthUnit;
 
 // What the steps of one root search share: the side to move, the iteration
-// depth, the root window and how far the iteration has come.
+// depth, the root window and where the reports go.
 struct RootState {
   int side;
   int depth;
   int alpha;
   int beta;
-  RootProgress progress;
   const RootReports *reports;
 };
 
@@ -34,6 +38,7 @@ void PrepareRoot(int side) {
   DrawValue[side] = DrawScore;
   DrawValue[1 - side] = -DrawScore;
   StopSearch = 0;
+  BestMoveChangeDepth = 0;
   NodeCountdown = 200000;
   PonderedMs = 0;
   StartClock();
@@ -116,7 +121,7 @@ int ResolveLaterMove(RootState &root, Move move, int i, int childDepth, int s) {
     if (StopSearch) return 1;
     if (s <= root.alpha) return 0;
   }
-  root.progress.bestMoveChangeDepth = root.depth;
+  BestMoveChangeDepth = root.depth;
   if (s >= root.beta) {
     ReportWindowFailure(root, move, root.beta, ReportKindFailHigh);
     s = SearchRootMove(root.side, move, childDepth, root.alpha, ScoreInfinite);
@@ -131,18 +136,19 @@ int ResolveLaterMove(RootState &root, Move move, int i, int childDepth, int s) {
 // One iteration over the root list; previous is the last iteration's score.
 // Returns 1 when the search is to end.
 int SearchIteration(RootState &root, int count, int previous) {
-  root.progress.scoreDropped = 0;
+  RootScoreDropped = 0;
   for (int i = 1; i <= count; ++i) {
     const Move move = MoveStack[i];
-    root.progress.moveIndex = i;
+    RootMove = move;
+    RootMoveIndex = i;
     const int childDepth = RootChildDepth(root.side, move, root.depth);
-    if (TimeCheck(root.depth, 1, root.progress)) return 1;
-    root.reports->currentMove(root.depth, move, i, count);
+    if (TimeCheck(root.depth, 1, RootProgress{RootMoveIndex, BestMoveChangeDepth, RootScoreDropped})) return 1;
+    root.reports->currentMove(root.depth, RootMove, RootMoveIndex, count);
 
     const int upper = i == 1 ? root.beta : root.alpha + 1;
     const int s = SearchRootMove(root.side, move, childDepth, root.alpha, upper);
     if (StopSearch) return 1;
-    if (i == 1 && s < previous - 10) root.progress.scoreDropped = 1;
+    if (i == 1 && s < previous - 10) RootScoreDropped = 1;
     const int stopped = i == 1 ? ResolveFirstMove(root, move, childDepth, s)
                                : ResolveLaterMove(root, move, i, childDepth, s);
     if (stopped) return 1;
@@ -167,7 +173,7 @@ int RootSearch(int side, const RootReports &reports) {
     DepthLimit = 5;
   }
 
-  RootState root{side, DepthUnit, -ScoreInfinite, ScoreInfinite, RootProgress{1, 0, 0}, &reports};
+  RootState root{side, DepthUnit, -ScoreInfinite, ScoreInfinite, &reports};
   int previous = -ScoreInfinite;
   for (;;) {
     if (SearchIteration(root, count, previous)) return 0;

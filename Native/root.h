@@ -15,6 +15,14 @@ struct RootReports {
   void (*currentMove)(int depth, Move move, int index, int count);
 };
 
+// Where the root search stands: the move being searched and its place in the
+// list (from 1), the depth at which the best move last changed, and whether
+// the first move's score fell in this iteration.
+extern Move RootMove;
+extern int32_t RootMoveIndex;
+extern int32_t BestMoveChangeDepth;
+extern int32_t RootScoreDropped;
+
 // Searches the current position for side; 1 when it has no legal move.
 int RootSearch(int side, const RootReports &reports);
 int SearchDispatch(int side, int depth, int ply, int alpha, int beta, int nullAllowed);

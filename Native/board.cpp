@@ -5,9 +5,6 @@
 #include <initializer_list>
 
 #include "attacks.h"
-#include "interface.h"
-#include "next.h"
-#include "utility.h"
 
 int32_t Board[64];
 int32_t MoveCounter[64];
@@ -54,6 +51,10 @@ const char StartFen[] = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -";
 namespace {
 
 int Absolute(int x) { return x < 0 ? -x : x; }
+
+constexpr bool IsSeparator(char c) {
+  return c == ',' || c == ';' || c == '=' || c == '+' || c == '/' || c == ' ';
+}
 
 // Bit positions of a square in the three rotated boards.
 int FileBit(int s) { return 8 * File(s) + (7 - Rank(s)); }
@@ -187,6 +188,33 @@ void InitPositionKeys() {
   }
 }
 
+// Tokens longer than 31 characters are cut to their first 31; the host's
+// text is only read, so a constant text is as good as a writable one.
+int SplitTokens(const char *text, TokenSlot *slots) {
+  int count = 0;
+  const char *p = text ? text : "";
+  while (*p) {
+    while (*p && IsSeparator(*p)) ++p;
+    if (!*p) break;
+    int length = 0;
+    char *slot = count < MaxTokens ? slots[count] : nullptr;
+    for (; *p && !IsSeparator(*p); ++p) {
+      if (slot && length < TokenSize - 1) slot[length++] = *p;
+    }
+    if (slot) {
+      slot[length] = '\0';
+      ++count;
+    }
+  }
+  return count;
+}
+
+int SquareFromText(const char *text) {
+  if (text[0] < 'a' || text[0] > 'h') return 0;
+  if (text[1] < '1' || text[1] > '8') return 0;
+  return (text[0] - 'a') + 8 * (text[1] - '1');
+}
+
 void SetStartPosition() {
   static TokenSlot slots[MaxTokens];
   int count = SplitTokens(StartFen, slots);
@@ -197,7 +225,6 @@ void SetStartPosition() {
 // cannot be searched safely (not exactly one king per side, or the side not
 // to move in check) gives the start position instead.
 void SetUpFromTokens(TokenSlot *slots, int count) {
-  StopSearch = 0;
   GamePhase = 0;
   GameMoveCount = 0;
   LastIrreversibleMove = 0;
@@ -243,15 +270,13 @@ int ReadFenFields(TokenSlot *slots, int count) {
 }
 
 // Rebuilds bitboards, rotated boards, counters, king squares and keys from
-// Board, and ages the history counters.
+// Board.
 void DerivePositionState() {
   for (SideRecord *side : {&WhiteSide, &BlackSide}) {
     int castled = side->castled;
     *side = SideRecord{};
     side->castled = castled;
   }
-  for (auto &table : History)
-    for (uint32_t &counter : table) counter >>= 8;
   RotatedFile = RotatedDiag = RotatedAntiDiag = 0;
   uint64_t pawnKey = 0, pieceKey = 0;
   for (int s = 0; s < 64; ++s) {
@@ -307,8 +332,6 @@ int PositionIsConsistent() {
   Bitboard file = RotatedFile, diag = RotatedDiag, antiDiag = RotatedAntiDiag;
   KeyPair rootKeys{Ply[1].pawnKey, Ply[1].pieceKey};
   KeyPair history = GameKeyHistory[GameMoveCount + 1];
-  uint32_t savedHistory[2][4096];
-  std::memcpy(savedHistory, History, sizeof History);
 
   DerivePositionState();
   bool same = white == WhiteSide && black == BlackSide && file == RotatedFile &&
@@ -322,6 +345,5 @@ int PositionIsConsistent() {
   Ply[1].pawnKey = rootKeys.pawnKey;
   Ply[1].pieceKey = rootKeys.pieceKey;
   GameKeyHistory[GameMoveCount + 1] = history;
-  std::memcpy(History, savedHistory, sizeof History);
   return same;
 }

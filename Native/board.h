@@ -187,6 +187,13 @@ constexpr int MaxTokens = 1024;
 constexpr int TokenSize = 32;  // 31 characters and the terminating NUL
 using TokenSlot = char[TokenSize];
 
+// Splits text at ",;=+/ " into at most MaxTokens slots of at most 31
+// characters (longer tokens are cut); returns the number of tokens. The
+// text itself is not changed.
+int SplitTokens(const char *text, TokenSlot *slots);
+// The square a name such as e4 gives, 0 for anything else.
+int SquareFromText(const char *text);
+
 // Initialisation steps owned by this area (called by InitEngineTables).
 void InitDistances();
 void InitSquareMasks();

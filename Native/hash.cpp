@@ -5,9 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "interface.h"
-
 HashEntry *TranspositionTable[2];
+int32_t HashSizeMb = 32;
 uint64_t HashBucketCount;
 void *(*HashAllocator)(size_t count, size_t size) = std::calloc;
 

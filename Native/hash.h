@@ -18,6 +18,7 @@ constexpr int HashBucketsPerMb = 5461;
 
 extern HashEntry *TranspositionTable[2];  // [side to move]
 extern uint64_t HashBucketCount;          // 0 when no table is in use
+extern int32_t HashSizeMb;                // megabytes asked for, then in use
 
 // Allocator of both arrays (zeroed memory); tests replace it to simulate a
 // refusing heap.

@@ -3,8 +3,8 @@
 
 #include "attacks.h"
 #include "board.h"
-#include "interface.h"
 #include "next.h"
+#include "parameters.h"
 #include "pawns.h"
 #include "score.h"
 

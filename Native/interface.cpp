@@ -1,6 +1,5 @@
-// The exported functions, the interface state they write, the engine
-// parameters and the reader of the host's game record.
-#define VARN_BUILDING_LIBRARY
+// The exported functions, the search reports they hand to the root, and the
+// reader of the host's game record.
 #include "interface.h"
 
 #include <climits>
@@ -10,77 +9,14 @@
 #include "init.h"
 #include "make.h"
 #include "moves.h"
+#include "next.h"
 #include "pawns.h"
 #include "root.h"
-#include "timer.h"
 #include "utility.h"
 
 VarnCallbacks Callbacks;
 
-int32_t TimeMode;
-int32_t DepthLimit;
-int32_t ClockTimeMs;
-int32_t IncrementMs;
-int32_t MovesToGo;
-int32_t HashSizeMb;
-uint32_t NodeCount;
-
-std::atomic<int32_t> StopSearch;
-std::atomic<int32_t> Pondering;
-std::atomic<int32_t> PonderedMs;
-std::atomic<int64_t> SearchStartTicks;
-
-int32_t CheckExtensions;
-int32_t RecaptureExtensions;
-int32_t PawnPushExtensions;
-int32_t ThreatExtensions;
-int32_t SingleMoveExtensions;
-int32_t DrawScore;
-int32_t FutilityPruning;
-int32_t MaterialTrade;
-int32_t OffensiveAsymmetry;
-int32_t SafetyAsymmetry;
-int32_t OffensiveScale;
-int32_t SafetyScale;
-int32_t BlitzPlayingSpeed;
-
 namespace {
-
-struct Parameter {
-  const char *name;
-  int32_t *value;
-  int32_t defaultValue;
-  int32_t minimum;
-  int32_t maximum;
-};
-
-// In the order names are matched.
-constexpr Parameter Parameters[] = {
-    {"CheckExtensions", &CheckExtensions, 60, 0, 60},
-    {"RecaptureExtensions", &RecaptureExtensions, 45, 0, 60},
-    {"PawnPushExtensions", &PawnPushExtensions, 45, 0, 60},
-    {"ThreatExtensions", &ThreatExtensions, 36, 0, 60},
-    {"SingleMoveExtensions", &SingleMoveExtensions, 45, 0, 60},
-    {"DrawScore", &DrawScore, 15, -50, 50},
-    {"FutilityPruning", &FutilityPruning, 0, 0, 500},
-    {"MaterialTrade", &MaterialTrade, 120, 0, 150},
-    {"OffensiveAsymmetry", &OffensiveAsymmetry, 0, -50, 50},
-    {"SafetyAsymmetry", &SafetyAsymmetry, 0, -50, 50},
-    {"OffensiveScale", &OffensiveScale, 100, 0, 200},
-    {"SafetyScale", &SafetyScale, 100, 0, 200},
-    {"BlitzPlayingSpeed", &BlitzPlayingSpeed, 26, 25, 35},
-};
-
-// The option lines announced to the host, then a null pointer.
-constexpr const char *OptionLines[] = {
-    "option name RecaptureExtensions type spin default 45 min 0 max 60",
-    "option name PawnPushExtensions type spin default 45 min 0 max 60",
-    "option name ThreatExtensions type spin default 36 min 0 max 60",
-    "option name SingleMoveExtensions type spin default 45 min 0 max 60",
-    "option name DrawScore type spin default 15 min -50 max 50",
-    "option name BlitzPlayingSpeed type spin default 26 min 25 max 35",
-    nullptr,
-};
 
 // Host seconds as milliseconds: negatives give 0, huge values saturate.
 int32_t SecondsToMs(int32_t seconds) {
@@ -104,10 +40,6 @@ bool NamesSquares(const char *token, Move move) {
          token[2] == FileLetter(File(to)) && token[3] == RankDigit(Rank(to));
 }
 
-bool SameKeys(const PlyRecord &record, uint64_t pawnKey, uint64_t pieceKey) {
-  return record.pawnKey == pawnKey && record.pieceKey == pieceKey;
-}
-
 TokenSlot HostTokens[MaxTokens];
 
 // The square and attack tables a position needs have been built.
@@ -116,46 +48,74 @@ bool TablesBuilt() { return SetMask[A1] != 0; }
 // From VarnQuit to the next VarnInit the hash tables are gone.
 bool EngineClosed;
 
+// Depth, nodes, then the line: a best line or a window failure, from five
+// plies on.
+void ReportLine(int score, int depth, int kind) {
+  if (depth < 300) return;
+  char text[LineTextSize];
+  LineText(text, kind);
+  if (Callbacks.ReportDepth) Callbacks.ReportDepth(depth / 60, 0);
+  if (Callbacks.ReportNodes) Callbacks.ReportNodes(NodeCount, 0, 0);
+  if (Callbacks.ReportPrincipalVariation) Callbacks.ReportPrincipalVariation(text, score);
+}
+
+// Depth, nodes, then the root move with its number and the number of root
+// moves, once the search has run for a second.
+void ReportCurrentRootMove(int depth, Move move, int index, int count) {
+  if (ElapsedMs() <= 1000) return;
+  char text[MoveTextSize];
+  MoveText(move, text);
+  if (Callbacks.ReportDepth) Callbacks.ReportDepth(depth / 60, 0);
+  if (Callbacks.ReportNodes) Callbacks.ReportNodes(NodeCount, 0, 0);
+  if (Callbacks.ReportCurrentMove) Callbacks.ReportCurrentMove(text, index, count);
+}
+
+constexpr RootReports HostReports = {ReportLine, ReportCurrentRootMove};
+
+// The per-ply records cleared and everything that follows from the board
+// derived again; the history counters age with every such refresh.
+void RefreshPosition() {
+  ResetSearchState();
+  DerivePositionState();
+  AgeHistory();
+}
+
+// A new position: the set-up derived the board once while reading it, and
+// that derivation ages the history counters too.
+void RefreshNewPosition() {
+  StopSearch = 0;
+  AgeHistory();
+  RefreshPosition();
+}
+
 }  // namespace
 
-// Blanks, an optional sign and digits; saturates rather than overflowing.
-int32_t ParseDecimal(const char *text) {
-  if (!text) return 0;
-  const char *p = text;
-  while (*p == ' ' || (*p >= '\t' && *p <= '\r')) ++p;
-  bool negative = *p == '-';
-  if (*p == '-' || *p == '+') ++p;
-  int64_t value = 0;
-  for (; *p >= '0' && *p <= '9'; ++p) {
-    value = value * 10 + (*p - '0');
-    if (value > INT32_MAX) value = int64_t(INT32_MAX) + 1;
+// Record 1's line from index 1 up to the first empty word.
+char *LineText(char *buffer, int kind) {
+  const Move *line = Ply[1].pvRow;
+  buffer[0] = '\0';
+  if (kind == ReportKindFailHigh || kind == ReportKindFailLow) {
+    MoveText(line[1], buffer);
+    const size_t length = std::strlen(buffer);
+    buffer[length] = kind == ReportKindFailHigh ? '!' : '?';
+    buffer[length + 1] = '\0';
+    return buffer;
   }
-  if (negative) value = -value;
-  return int32_t(value > INT32_MAX ? INT32_MAX : value);
-}
-
-// Every parameter back to its default.
-void SetParameterDefaults() {
-  for (const Parameter &parameter : Parameters) *parameter.value = parameter.defaultValue;
-  HashSizeMb = 32;
-}
-
-// The first parameter of exactly this name takes the clamped value.
-void SetParameter(const char *name, const char *value) {
-  if (!name) return;
-  for (const Parameter &parameter : Parameters) {
-    if (std::strcmp(name, parameter.name) != 0) continue;
-    int32_t number = ParseDecimal(value);
-    if (number < parameter.minimum) number = parameter.minimum;
-    if (number > parameter.maximum) number = parameter.maximum;
-    *parameter.value = number;
-    return;
+  size_t length = 0;
+  for (int i = 1; i < MaxPly && line[i]; ++i) {
+    if (length + MoveTextSize + 1 > size_t(LineTextSize)) break;
+    MoveText(line[i], buffer + length);
+    length += std::strlen(buffer + length);
+    buffer[length++] = ' ';
+    buffer[length] = '\0';
   }
+  return buffer;
 }
 
 // The first legal move whose squares (and promotion letter) the token names.
 Move ParseMoveText(int side, const char *token) {
   DerivePositionState();
+  AgeHistory();
   if (!token) return 0;
   const int count = LegalRootMoves(side);
   for (int i = 1; i <= count; ++i) {
@@ -189,37 +149,20 @@ void PlayGameText(const char *text) {
   }
 }
 
-// Same-side positions four or more plies back: first in the search line, then
-// in the game back to the last pawn move or capture.
-int IsRepetition(int ply) {
-  if (ply < 2 || ply >= MaxPly) return 0;
-  const uint64_t pawnKey = Ply[ply].pawnKey, pieceKey = Ply[ply].pieceKey;
-  int q = ply - 4;
-  for (; q >= 1; q -= 2) {
-    if (SameKeys(Ply[q], pawnKey, pieceKey)) return 1;
-  }
-  for (int i = GameMoveCount + q; i > LastIrreversibleMove && i < GameHistorySize; i -= 2) {
-    if (GameKeyHistory[i].pawnKey == pawnKey && GameKeyHistory[i].pieceKey == pieceKey) return 1;
-  }
-  return 0;
-}
-
 extern "C" {
 
 // Before VarnInit or after VarnQuit nothing is searched and 0 is returned.
 int32_t VarnAnalyse(int32_t ponder) {
   if (!TablesBuilt() || EngineClosed) return 0;
   Pondering = ponder != 0;
-  ResetSearchState();
-  DerivePositionState();
-  return RootSearch(SideToMove);
+  RefreshPosition();
+  return RootSearch(SideToMove, HostReports);
 }
 
 void VarnClearHashtable(void) {
   if (!TablesBuilt()) return;
   ClearHash();
-  ResetSearchState();
-  DerivePositionState();
+  RefreshPosition();
 }
 
 const char *VarnGetAuthor(void) { return "Kaspo Trem"; }
@@ -278,15 +221,13 @@ void VarnSetPosition(char *fen) {
   if (!TablesBuilt()) return;
   const int count = SplitTokens(fen, HostTokens);
   SetUpFromTokens(HostTokens, count);
-  ResetSearchState();
-  DerivePositionState();
+  RefreshNewPosition();
 }
 
 void VarnSetStartPosition(void) {
   if (!TablesBuilt()) return;
   SetStartPosition();
-  ResetSearchState();
-  DerivePositionState();
+  RefreshNewPosition();
 }
 
 // A move count below 1 is taken as 1: the budget divides by it.

@@ -12,6 +12,11 @@ uint32_t History[2][4096];
 
 void ClearHistory() { std::memset(History, 0, sizeof History); }
 
+void AgeHistory() {
+  for (auto &table : History)
+    for (uint32_t &counter : table) counter >>= 8;
+}
+
 namespace {
 
 // Gain of a capture by a cheaper piece, else its exchange value.

@@ -3,7 +3,7 @@
 #include "phase.h"
 
 #include "attacks.h"
-#include "interface.h"
+#include "parameters.h"
 
 int32_t DrawValue[2];
 int32_t SafetyTable[2][64];

@@ -1,19 +1,20 @@
 // The node search: fail-soft alpha-beta in sixtieths of a ply, with its own
 // quiescence branch, one template for both colours.
-#define VARN_BUILDING_LIBRARY
 #include "search.h"
 
 #include "attacks.h"
 #include "captures.h"
 #include "hash.h"
-#include "interface.h"
 #include "make.h"
 #include "next.h"
+#include "parameters.h"
 #include "phase.h"
 #include "score.h"
 #include "timer.h"
 #include "undo.h"
+#include "varn504.h"
 
+uint32_t NodeCount;
 int32_t NodeCountdown;
 
 namespace {
@@ -96,7 +97,99 @@ int Quiescence(int ply, int alpha, int beta, int v) {
   }
 }
 
+// The null move: the opponent moves twice in a row at a reduced depth. Returns
+// its score, seen from Us; the caller cuts at beta.
+template <int Us>
+int NullMoveSearch(int depth, int ply, int beta) {
+  constexpr int Them = 1 - Us;
+  PlyRecord &record = Ply[ply];
+  record.move = 0;
+  record.epSquare = 0;
+  record.listEnd = Ply[ply - 1].listEnd;
+  record.recaptured = 0;
+  Ply[ply + 1].inCheck = 0;
+  Ply[ply + 1].pawnKey = record.pawnKey;
+  Ply[ply + 1].pieceKey = record.pieceKey;
+  const int units = SideOf<Us>().pieceUnits;
+  const int reduction = depth > 6 * DepthUnit && units > 8 ? 4 * DepthUnit : 3 * DepthUnit;
+  return -NodeSearch<Them>(depth - reduction, ply + 1, -beta, -beta + 1, 0);
+}
+
+// Internal deepening: a search of this node two plies shallower, in a window
+// shaped by the static value v, proposes the move to try first.
+template <int Us>
+void InternalDeepening(int depth, int ply, int alpha, int beta, int v, int inCheck) {
+  int lower = alpha, upper = beta;
+  if (depth <= 3 * DepthUnit) {
+    if (!inCheck && v >= beta) upper = v + 100;
+    else if (v <= alpha - 700) lower = v - 100;
+  }
+  NodeSearch<Us>(depth - 2 * DepthUnit, ply, lower, upper, 0);
+  Ply[ply].hashMove = Ply[ply].bestMove;
+}
+
+// The extensions a legal move just made earns, before the cap of one ply;
+// also marks a recapture in the ply record and whether the child is in check.
+template <int Us>
+int Extension(Move move, int ply, int threat, int inCheck, int firstMove) {
+  constexpr int Them = 1 - Us;
+  PlyRecord &record = Ply[ply];
+  record.recaptured = 0;
+  int extension = 0;
+  Ply[ply + 1].inCheck = AttackedBy<Us>(SideOf<Them>().kingSquare);
+  if (Ply[ply + 1].inCheck) extension = CheckExtensions;
+  const Move previous = Ply[ply - 1].move;
+  if (MoveTo(move) == MoveTo(previous) && !Ply[ply - 1].recaptured) {
+    if (MoveCaptured(previous) ? EqualTrade[MoveCaptured(move)][MoveCaptured(previous)]
+                               : MovePromotion(previous) != 0) {
+      record.recaptured = 1;
+      extension += RecaptureExtensions;
+    }
+  }
+  if (MovePiece(move) == Pawn && (Rank(MoveTo(move)) == 1 || Rank(MoveTo(move)) == 6))
+    extension += PawnPushExtensions;
+  if (threat) extension += ThreatExtensions;
+  if (firstMove && inCheck && record.listEnd - Ply[ply - 1].listEnd == 1) extension += SingleMoveExtensions;
+  return extension;
+}
+
+// The child of a move already made: the full window for the first move and
+// near the leaves, else a zero window first and the full one to confirm.
+template <int Us>
+int SearchChild(int childDepth, int depth, int ply, int alpha, int beta, int firstMove) {
+  constexpr int Them = 1 - Us;
+  if (firstMove || depth <= 4 * DepthUnit) {
+    Ply[ply + 1].pvRow[ply + 1] = 0;
+    return -NodeSearch<Them>(childDepth, ply + 1, -beta, -alpha, 1);
+  }
+  int s = -NodeSearch<Them>(childDepth, ply + 1, -alpha - 1, -alpha, 1);
+  if (s > alpha && s < beta && !StopSearch) {
+    Ply[ply + 1].pvRow[ply + 1] = 0;
+    s = -NodeSearch<Them>(childDepth, ply + 1, -beta, -alpha, 1);
+  }
+  return s;
+}
+
+bool SameKeys(const PlyRecord &record, uint64_t pawnKey, uint64_t pieceKey) {
+  return record.pawnKey == pawnKey && record.pieceKey == pieceKey;
+}
+
 }  // namespace
+
+// Same-side positions four or more plies back: first in the search line, then
+// in the game back to the last pawn move or capture.
+int IsRepetition(int ply) {
+  if (ply < 2 || ply >= MaxPly) return 0;
+  const uint64_t pawnKey = Ply[ply].pawnKey, pieceKey = Ply[ply].pieceKey;
+  int q = ply - 4;
+  for (; q >= 1; q -= 2) {
+    if (SameKeys(Ply[q], pawnKey, pieceKey)) return 1;
+  }
+  for (int i = GameMoveCount + q; i > LastIrreversibleMove && i < GameHistorySize; i -= 2) {
+    if (GameKeyHistory[i].pawnKey == pawnKey && GameKeyHistory[i].pieceKey == pieceKey) return 1;
+  }
+  return 0;
+}
 
 void UpdatePrincipalVariation(Move move, int ply) {
   Move *row = Ply[ply].pvRow;
@@ -110,13 +203,13 @@ void UpdatePrincipalVariation(Move move, int ply) {
 template <int Us>
 int NodeSearch(int depth, int ply, int alpha, int beta, int nullAllowed) {
   constexpr int Them = 1 - Us;
-  SideRecord &us = SideOf<Us>();
-  const SideRecord &them = SideOf<Them>();
+  const SideRecord &us = SideOf<Us>();
 
   ++NodeCount;
   if (--NodeCountdown <= 0) {
     NodeCountdown = 200000;
-    if (TimeCheck(depth, ply)) StopSearch = 1;
+    // The tree's rules do not look at the root's progress.
+    if (TimeCheck(depth, ply, RootProgress{})) StopSearch = 1;
     VarnNextBest();
   }
   if (alpha >= 29999 - ply) return alpha;
@@ -164,28 +257,12 @@ int NodeSearch(int depth, int ply, int alpha, int beta, int nullAllowed) {
   }
 
   if (!inCheck && !threat && nullAllowed && us.pieceUnits != 0 && (us.pieceUnits >= 6 || depth <= 7 * DepthUnit)) {
-    record.move = 0;
-    record.epSquare = 0;
-    record.listEnd = Ply[ply - 1].listEnd;
-    record.recaptured = 0;
-    Ply[ply + 1].inCheck = 0;
-    Ply[ply + 1].pawnKey = record.pawnKey;
-    Ply[ply + 1].pieceKey = record.pieceKey;
-    const int reduction = depth > 6 * DepthUnit && us.pieceUnits > 8 ? 4 * DepthUnit : 3 * DepthUnit;
-    const int s = -NodeSearch<Them>(depth - reduction, ply + 1, -beta, -beta + 1, 0);
+    const int s = NullMoveSearch<Us>(depth, ply, beta);
     if (s >= beta) return s;
+    // After the pass the opponent mates at once: a threat to extend against.
     if (s == ply - 29998) threat = 1;
   }
-
-  if (depth > 2 * DepthUnit && deepen && Ply[ply - 1].move) {
-    int lower = alpha, upper = beta;
-    if (depth <= 3 * DepthUnit) {
-      if (!inCheck && v >= beta) upper = v + 100;
-      else if (v <= alpha - 700) lower = v - 100;
-    }
-    NodeSearch<Us>(depth - 2 * DepthUnit, ply, lower, upper, 0);
-    record.hashMove = record.bestMove;
-  }
+  if (depth > 2 * DepthUnit && deepen && Ply[ply - 1].move) InternalDeepening<Us>(depth, ply, alpha, beta, v, inCheck);
 
   const int threatFlag = threat ? HashThreat : 0;
   record.phase = 0;
@@ -198,36 +275,10 @@ int NodeSearch(int depth, int ply, int alpha, int beta, int nullAllowed) {
       UndoMove<Us>(move, ply);
       continue;
     }
-    record.recaptured = 0;
-    int extension = 0;
-    Ply[ply + 1].inCheck = AttackedBy<Us>(them.kingSquare);
-    if (Ply[ply + 1].inCheck) extension = CheckExtensions;
-    const Move previous = Ply[ply - 1].move;
-    if (MoveTo(move) == MoveTo(previous) && !Ply[ply - 1].recaptured) {
-      if (MoveCaptured(previous) ? EqualTrade[MoveCaptured(move)][MoveCaptured(previous)]
-                                 : MovePromotion(previous) != 0) {
-        record.recaptured = 1;
-        extension += RecaptureExtensions;
-      }
-    }
-    if (MovePiece(move) == Pawn && (Rank(MoveTo(move)) == 1 || Rank(MoveTo(move)) == 6))
-      extension += PawnPushExtensions;
-    if (threat) extension += ThreatExtensions;
-    if (best == -ScoreInfinite && inCheck && record.listEnd - Ply[ply - 1].listEnd == 1)
-      extension += SingleMoveExtensions;
+    const int firstMove = best == -ScoreInfinite;
+    const int extension = Extension<Us>(move, ply, threat, inCheck, firstMove);
     const int childDepth = depth - DepthUnit + (extension < DepthUnit ? extension : DepthUnit);
-
-    int s;
-    if (best == -ScoreInfinite || depth <= 4 * DepthUnit) {
-      Ply[ply + 1].pvRow[ply + 1] = 0;
-      s = -NodeSearch<Them>(childDepth, ply + 1, -beta, -alpha, 1);
-    } else {
-      s = -NodeSearch<Them>(childDepth, ply + 1, -alpha - 1, -alpha, 1);
-      if (s > alpha && s < beta && !StopSearch) {
-        Ply[ply + 1].pvRow[ply + 1] = 0;
-        s = -NodeSearch<Them>(childDepth, ply + 1, -beta, -alpha, 1);
-      }
-    }
+    const int s = SearchChild<Us>(childDepth, depth, ply, alpha, beta, firstMove);
     UndoMove<Us>(move, ply);
     // A stopped child's score means nothing: leave without storing.
     if (StopSearch) return 0;

@@ -5,7 +5,8 @@
 
 constexpr int DepthUnit = 60;
 
-extern int32_t NodeCountdown;
+extern uint32_t NodeCount;     // nodes of the current search
+extern int32_t NodeCountdown;  // nodes left until the next time check in the tree
 
 // [captured now][captured by the previous move]: the trades of equal value
 // whose recapture earns the recapture extension.
@@ -16,3 +17,7 @@ constexpr bool EqualTrade[7][7] = {
 template <int Us>
 int NodeSearch(int depth, int ply, int alpha, int beta, int nullAllowed);
 void UpdatePrincipalVariation(Move move, int ply);
+
+// 1 when the position of ply repeats an earlier one with the same side to
+// move within the reversible part of the game.
+int IsRepetition(int ply);

@@ -5,8 +5,18 @@
 #include <chrono>
 #include <cstdint>
 
-#include "interface.h"
-#include "root.h"
+#include "parameters.h"
+
+int32_t TimeMode;
+int32_t DepthLimit;
+int32_t ClockTimeMs;
+int32_t IncrementMs;
+int32_t MovesToGo;
+
+std::atomic<int32_t> StopSearch;
+std::atomic<int32_t> Pondering;
+std::atomic<int32_t> PonderedMs;
+std::atomic<int64_t> SearchStartTicks;
 
 // Milliseconds of the steady clock, which never goes backwards.
 int64_t SystemClockMs() {
@@ -27,13 +37,13 @@ int32_t Since(int64_t start, int64_t now) {
 
 // Before a root move: a new iteration needs a share of the budget left, later
 // root moves the whole budget; moves 2 to 5 and a dropped score always go on.
-int RootRule(int64_t budget, int64_t pondered, int64_t elapsed, int depth) {
-  if (RootMoveIndex == 1) {
-    int64_t percent = depth - BestMoveChangeDepth >= 180 ? 50 : 70;
+int RootRule(const RootProgress &root, int64_t budget, int64_t pondered, int64_t elapsed, int depth) {
+  if (root.moveIndex == 1) {
+    int64_t percent = depth - root.bestMoveChangeDepth >= 180 ? 50 : 70;
     return (pondered + elapsed) * 100 > (pondered + budget) * percent;
   }
-  if (RootMoveIndex <= 5) return 0;
-  if (RootScoreDropped) return 0;
+  if (root.moveIndex <= 5) return 0;
+  if (root.scoreDropped) return 0;
   return elapsed > budget;
 }
 
@@ -61,7 +71,7 @@ void StopPondering() {
 // Pondering is read first and PonderedMs before SearchStartTicks, the reverse
 // of the order StopPondering writes them, so a check sees either both new
 // values or an older PonderedMs with a newer origin, never a stop too early.
-int TimeCheck(int depth, int ply) {
+int TimeCheck(int depth, int ply, const RootProgress &root) {
   if (Pondering.load()) return 0;
   const int64_t pondered = PonderedMs.load();
   const int64_t elapsed = ElapsedMs();
@@ -69,10 +79,10 @@ int TimeCheck(int depth, int ply) {
   if (ply <= 1) {
     switch (TimeMode) {
       case TimeModeMovesInTime:
-        return RootRule(clock / MovesLeft(), pondered, elapsed, depth);
+        return RootRule(root, clock / MovesLeft(), pondered, elapsed, depth);
       case TimeModeBlitz:
         if (elapsed > clock) return 1;
-        return RootRule(clock / BlitzShares() + IncrementMs, pondered, elapsed, depth);
+        return RootRule(root, clock / BlitzShares() + IncrementMs, pondered, elapsed, depth);
       case TimeModeDepth:
         return depth / 60 > DepthLimit;
       default:

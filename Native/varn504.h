@@ -22,24 +22,42 @@ typedef struct VarnCallbacks {
   void (*Reserved6)(void);
 } VarnCallbacks;
 
-typedef int32_t (*VarnAnalyseFn)(int32_t ponder);
-typedef void (*VarnClearHashtableFn)(void);
-typedef const char *(*VarnGetAuthorFn)(void);
-typedef const char *const *(*VarnGetParamListFn)(void);
-typedef const char *(*VarnGetVersionFn)(void);
-typedef int32_t (*VarnInitFn)(const VarnCallbacks *callbacks, int32_t unused, int32_t hashKb);
-typedef void (*VarnNextBestFn)(void);
-typedef void (*VarnPonderingOffFn)(void);
-typedef void (*VarnQuitFn)(void);
-typedef void (*VarnSetBlitzFn)(int32_t baseSeconds, int32_t incrementSeconds);
-typedef void (*VarnSetDepthFn)(int32_t plies);
-typedef void (*VarnSetGameFn)(char *moves);
-typedef void (*VarnSetInfiniteFn)(void);
-typedef void (*VarnSetParamFn)(const char *name, const char *value);
-typedef void (*VarnSetPositionFn)(char *fen);
-typedef void (*VarnSetStartPositionFn)(void);
-typedef void (*VarnSetTimeFn)(int32_t moves, int32_t seconds);
-typedef void (*VarnStopAnalyseFn)(void);
+/* The eighteen exports in ordinal order (alphabetical), each exported as Varn
+   followed by the name given here, with its result type and parameters. The
+   declarations and pointer types below, hosts that load the library, the
+   tests and the module-definition file's check all take the list from here. */
+#define VARN_EXPORTS(X)                                                           \
+  /* Searches the current position; 1 when the side to move has no legal move. */ \
+  X(Analyse, int32_t, (int32_t ponder))                                           \
+  /* Empties the transposition table; the position stays. */                      \
+  X(ClearHashtable, void, (void))                                                 \
+  X(GetAuthor, const char *, (void))                                              \
+  /* Six option lines, then a null pointer; the same static table every call. */  \
+  X(GetParamList, const char *const *, (void))                                    \
+  X(GetVersion, const char *, (void))                                             \
+  /* Builds everything (again: earlier tables are freed first); returns the      \
+     table size in kilobytes in use: 1024 to 1048576, less when the heap          \
+     refused the size asked for, 0 when the engine runs without a table. */       \
+  X(Init, int32_t, (const VarnCallbacks *callbacks, int32_t unused, int32_t hashKb)) \
+  X(NextBest, void, (void))                                                       \
+  /* From a second thread during a ponder search: the search becomes timed. */    \
+  X(PonderingOff, void, (void))                                                   \
+  /* Frees both tables; harmless when repeated or before VarnInit. */             \
+  X(Quit, void, (void))                                                           \
+  /* Seconds below 0 count as 0; above 2147483 as 2147483. */                     \
+  X(SetBlitz, void, (int32_t baseSeconds, int32_t incrementSeconds))              \
+  X(SetDepth, void, (int32_t plies))                                              \
+  /* Plays the coordinate moves of the text (null: none) on the position. */      \
+  X(SetGame, void, (char *moves))                                                 \
+  X(SetInfinite, void, (void))                                                    \
+  X(SetParam, void, (const char *name, const char *value))                        \
+  /* Sets the position from FEN text (null: empty text). */                       \
+  X(SetPosition, void, (char *fen))                                               \
+  X(SetStartPosition, void, (void))                                               \
+  /* A move count below 1 counts as 1; seconds as in VarnSetBlitz. */             \
+  X(SetTime, void, (int32_t moves, int32_t seconds))                              \
+  /* From a second thread: the running search returns promptly. */                \
+  X(StopAnalyse, void, (void))
 
 /* Only the library's own build marks the functions for export (Windows names
    them in its module-definition file instead). */
@@ -48,37 +66,16 @@ typedef void (*VarnStopAnalyseFn)(void);
 #else
 #define VARN_EXPORT
 #endif
-/* Searches the current position; 1 when the side to move has no legal move. */
-VARN_EXPORT int32_t VarnAnalyse(int32_t ponder);
-/* Empties the transposition table; the position stays. */
-VARN_EXPORT void VarnClearHashtable(void);
-VARN_EXPORT const char *VarnGetAuthor(void);
-/* Six option lines, then a null pointer; the same static table every call. */
-VARN_EXPORT const char *const *VarnGetParamList(void);
-VARN_EXPORT const char *VarnGetVersion(void);
-/* Builds everything (again: earlier tables are freed first); returns the
-   table size in kilobytes in use: 1024 to 1048576, less when the heap
-   refused the size asked for, 0 when the engine runs without a table. */
-VARN_EXPORT int32_t VarnInit(const VarnCallbacks *callbacks, int32_t unused, int32_t hashKb);
-VARN_EXPORT void VarnNextBest(void);
-/* From a second thread during a ponder search: the search becomes timed. */
-VARN_EXPORT void VarnPonderingOff(void);
-/* Frees both tables; harmless when repeated or before VarnInit. */
-VARN_EXPORT void VarnQuit(void);
-/* Seconds below 0 count as 0; above 2147483 as 2147483. */
-VARN_EXPORT void VarnSetBlitz(int32_t baseSeconds, int32_t incrementSeconds);
-VARN_EXPORT void VarnSetDepth(int32_t plies);
-/* Plays the coordinate moves of the text (null: none) on the position. */
-VARN_EXPORT void VarnSetGame(char *moves);
-VARN_EXPORT void VarnSetInfinite(void);
-VARN_EXPORT void VarnSetParam(const char *name, const char *value);
-/* Sets the position from FEN text (null: empty text). */
-VARN_EXPORT void VarnSetPosition(char *fen);
-VARN_EXPORT void VarnSetStartPosition(void);
-/* A move count below 1 counts as 1; seconds as in VarnSetBlitz. */
-VARN_EXPORT void VarnSetTime(int32_t moves, int32_t seconds);
-/* From a second thread: the running search returns promptly. */
-VARN_EXPORT void VarnStopAnalyse(void);
+
+/* VarnAnalyseFn and so on: the type of each export's address. */
+#define VARN_POINTER_TYPE(name, result, parameters) typedef result(*Varn##name##Fn) parameters;
+VARN_EXPORTS(VARN_POINTER_TYPE)
+#undef VARN_POINTER_TYPE
+
+/* VarnAnalyse and so on, for hosts that link the library. */
+#define VARN_DECLARATION(name, result, parameters) VARN_EXPORT result Varn##name parameters;
+VARN_EXPORTS(VARN_DECLARATION)
+#undef VARN_DECLARATION
 
 #ifdef __cplusplus
 }

@@ -90,17 +90,10 @@ bool LoadVarnLibrary(std::string &error) {
     error = std::string("cannot load ") + LibraryFile + ": " + LastLoaderError();
     return false;
   }
-  VarnExports &v = Varn;
-  return Bind(module, "VarnAnalyse", v.Analyse, error) && Bind(module, "VarnClearHashtable", v.ClearHashtable, error) &&
-         Bind(module, "VarnGetAuthor", v.GetAuthor, error) && Bind(module, "VarnGetParamList", v.GetParamList, error) &&
-         Bind(module, "VarnGetVersion", v.GetVersion, error) && Bind(module, "VarnInit", v.Init, error) &&
-         Bind(module, "VarnNextBest", v.NextBest, error) && Bind(module, "VarnPonderingOff", v.PonderingOff, error) &&
-         Bind(module, "VarnQuit", v.Quit, error) && Bind(module, "VarnSetBlitz", v.SetBlitz, error) &&
-         Bind(module, "VarnSetDepth", v.SetDepth, error) && Bind(module, "VarnSetGame", v.SetGame, error) &&
-         Bind(module, "VarnSetInfinite", v.SetInfinite, error) && Bind(module, "VarnSetParam", v.SetParam, error) &&
-         Bind(module, "VarnSetPosition", v.SetPosition, error) &&
-         Bind(module, "VarnSetStartPosition", v.SetStartPosition, error) && Bind(module, "VarnSetTime", v.SetTime, error) &&
-         Bind(module, "VarnStopAnalyse", v.StopAnalyse, error);
+  // Every export, in the header's order; the first one missing stops the load.
+#define VARN_BIND(name, result, parameters) &&Bind(module, "Varn" #name, Varn.name, error)
+  return true VARN_EXPORTS(VARN_BIND);
+#undef VARN_BIND
 }
 
 void PrepareConsole() {

@@ -7,26 +7,12 @@
 
 #include "../Native/varn504.h"
 
-// Addresses of the eighteen exports of the loaded library.
+// Addresses of the eighteen exports of the loaded library: Varn.Analyse for
+// VarnAnalyse and so on.
 struct VarnExports {
-  VarnAnalyseFn Analyse;
-  VarnClearHashtableFn ClearHashtable;
-  VarnGetAuthorFn GetAuthor;
-  VarnGetParamListFn GetParamList;
-  VarnGetVersionFn GetVersion;
-  VarnInitFn Init;
-  VarnNextBestFn NextBest;
-  VarnPonderingOffFn PonderingOff;
-  VarnQuitFn Quit;
-  VarnSetBlitzFn SetBlitz;
-  VarnSetDepthFn SetDepth;
-  VarnSetGameFn SetGame;
-  VarnSetInfiniteFn SetInfinite;
-  VarnSetParamFn SetParam;
-  VarnSetPositionFn SetPosition;
-  VarnSetStartPositionFn SetStartPosition;
-  VarnSetTimeFn SetTime;
-  VarnStopAnalyseFn StopAnalyse;
+#define VARN_SLOT(name, result, parameters) Varn##name##Fn name;
+  VARN_EXPORTS(VARN_SLOT)
+#undef VARN_SLOT
 };
 
 // The exports of the library loaded by LoadVarnLibrary.

@@ -1,7 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <dlfcn.h>
+
 #include <climits>
 #include <cstring>
+#include <fstream>
+#include <sstream>
 #include <string>
 
 #include "interface.h"
@@ -108,6 +112,28 @@ TEST(Parameters, ClampedByNameAndRestoredByInit) {
   ASSERT_EQ(VarnInit(nullptr, 0, 1024), 1024);
   EXPECT_EQ(DrawScore, drawDefault);
   VarnQuit();
+}
+
+// The module-definition file lists the header's exports with ordinal n for
+// the n-th, and the shared library resolves every one of them by name.
+TEST(Exports, DefinitionFileAndLibraryFollowTheHeaderList) {
+  std::string expected = "LIBRARY Varn504.dll\nEXPORTS\n";
+  int ordinal = 0;
+#define VARN_DEF_LINE(name, result, parameters) \
+  expected += "  Varn" #name " @" + std::to_string(++ordinal) + "\n";
+  VARN_EXPORTS(VARN_DEF_LINE)
+#undef VARN_DEF_LINE
+  std::ifstream file(VARN_DEF_FILE);
+  std::stringstream text;
+  text << file.rdbuf();
+  EXPECT_EQ(text.str(), expected);
+
+  void *library = dlopen(VARN_LIBRARY_PATH, RTLD_NOW | RTLD_LOCAL);
+  ASSERT_NE(library, nullptr) << dlerror();
+#define VARN_RESOLVES(name, result, parameters) EXPECT_NE(dlsym(library, "Varn" #name), nullptr) << #name;
+  VARN_EXPORTS(VARN_RESOLVES)
+#undef VARN_RESOLVES
+  dlclose(library);
 }
 
 }  // namespace

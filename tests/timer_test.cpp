@@ -25,17 +25,16 @@ class Clock : public ::testing::Test {
     StartClock();
     Pondering = 0;
     PonderedMs = 0;
-    RootMoveIndex = 1;
-    BestMoveChangeDepth = 300;
-    RootScoreDropped = 0;
+    Root = {1, 300, 0};
     BlitzPlayingSpeed = 26;
     IncrementMs = 0;
   }
   void TearDown() override { ReadClockMs = SystemClockMs; }
+  static inline RootProgress Root;
   // The answer of the time check after ms since the clock started.
   static int StopAt(int64_t ms, int depth, int ply) {
     FakeNow = Origin + ms;
-    return TimeCheck(depth, ply);
+    return TimeCheck(depth, ply, Root);
   }
   // The first elapsed millisecond at which the check answers 1.
   static int64_t FirstStop(int depth, int ply, int64_t limit = 1'000'000) {
@@ -69,9 +68,7 @@ TEST_P(TimeRules, FirstStop) {
     default: VarnSetInfinite();
   }
   BlitzPlayingSpeed = rule.blitzSpeed;
-  RootMoveIndex = rule.rootIndex;
-  BestMoveChangeDepth = rule.changeDepth;
-  RootScoreDropped = rule.scoreDropped;
+  Root = {rule.rootIndex, rule.changeDepth, rule.scoreDropped};
   Pondering = rule.pondering;
   EXPECT_EQ(FirstStop(rule.depth, rule.ply), rule.firstStop);
 }
@@ -120,7 +117,7 @@ TEST_F(Clock, PonderHitCountsThePonderedTime) {
   auto stopAfterHit = [](int64_t ms, int depth, int ply) { return StopAt(4000 + ms, depth, ply); };
   EXPECT_EQ(stopAfterHit(5800, 300, 1), 0);
   EXPECT_EQ(stopAfterHit(5801, 300, 1), 1) << "pondered time counts in time used and budget";
-  RootMoveIndex = 6;
+  Root.moveIndex = 6;
   EXPECT_EQ(stopAfterHit(10000, 300, 1), 0) << "later moves count time since the hit only";
   EXPECT_EQ(stopAfterHit(10001, 300, 1), 1);
 }
@@ -163,7 +160,7 @@ TEST_F(Clock, PonderHitIsNeverSeenHalfDone) {
     });
     go = true;
     int stops = 0;
-    for (int i = 0; i < 2000; ++i) stops += TimeCheck(300, 1) + TimeCheck(300, 2);
+    for (int i = 0; i < 2000; ++i) stops += TimeCheck(300, 1, Root) + TimeCheck(300, 2, Root);
     host.join();
     ASSERT_EQ(stops, 0) << "round " << round;
     ASSERT_EQ(PonderedMs, 4000);

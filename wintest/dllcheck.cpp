@@ -13,11 +13,17 @@
 namespace {
 
 // The exports in ordinal order (alphabetical).
-constexpr const char *ExportNames[18] = {
-    "VarnAnalyse",     "VarnClearHashtable", "VarnGetAuthor",   "VarnGetParamList", "VarnGetVersion",
-    "VarnInit",        "VarnNextBest",       "VarnPonderingOff", "VarnQuit",        "VarnSetBlitz",
-    "VarnSetDepth",    "VarnSetGame",        "VarnSetInfinite", "VarnSetParam",     "VarnSetPosition",
-    "VarnSetStartPosition", "VarnSetTime",   "VarnStopAnalyse"};
+#define VARN_NAME(name, result, parameters) "Varn" #name,
+constexpr const char *ExportNames[] = {VARN_EXPORTS(VARN_NAME)};
+#undef VARN_NAME
+constexpr int ExportCount = sizeof ExportNames / sizeof ExportNames[0];
+
+// The exports' addresses, typed, as found by name.
+struct Exports {
+#define VARN_SLOT(name, result, parameters) Varn##name##Fn name;
+  VARN_EXPORTS(VARN_SLOT)
+#undef VARN_SLOT
+};
 
 int Failures = 0;
 
@@ -69,49 +75,48 @@ int main(int argc, char **argv) {
   Check(module != nullptr, "LoadLibrary");
   if (!module) return 1;
 
-  FARPROC byName[18];
-  for (int i = 0; i < 18; ++i) {
+  FARPROC byName[ExportCount];
+  for (int i = 0; i < ExportCount; ++i) {
     byName[i] = GetProcAddress(module, ExportNames[i]);
     FARPROC byOrdinal = GetProcAddress(module, MAKEINTRESOURCEA(i + 1));
     char what[96];
     std::snprintf(what, sizeof what, "%s by name and as ordinal %d", ExportNames[i], i + 1);
     Check(byName[i] != nullptr && byName[i] == byOrdinal, what);
   }
-  Check(GetProcAddress(module, MAKEINTRESOURCEA(19)) == nullptr, "no ordinal 19");
+  char beyond[32];
+  std::snprintf(beyond, sizeof beyond, "no ordinal %d", ExportCount + 1);
+  Check(ExportCount == 18 && GetProcAddress(module, MAKEINTRESOURCEA(ExportCount + 1)) == nullptr, beyond);
   Check(GetProcAddress(module, "_VarnInit") == nullptr && GetProcAddress(module, "VarnInit@12") == nullptr,
         "no decorated names");
   if (Failures) return 1;
 
-  auto get = [&](int ordinal) { return reinterpret_cast<void *>(byName[ordinal - 1]); };
-  auto analyse = reinterpret_cast<VarnAnalyseFn>(get(1));
-  auto author = reinterpret_cast<VarnGetAuthorFn>(get(3));
-  auto params = reinterpret_cast<VarnGetParamListFn>(get(4));
-  auto version = reinterpret_cast<VarnGetVersionFn>(get(5));
-  auto init = reinterpret_cast<VarnInitFn>(get(6));
-  auto quit = reinterpret_cast<VarnQuitFn>(get(9));
-  auto setDepth = reinterpret_cast<VarnSetDepthFn>(get(11));
-  auto setPosition = reinterpret_cast<VarnSetPositionFn>(get(15));
+  Exports varn{};
+  int slot = 0;
+#define VARN_TAKE(name, result, parameters) \
+  varn.name = reinterpret_cast<Varn##name##Fn>(reinterpret_cast<void *>(byName[slot++]));
+  VARN_EXPORTS(VARN_TAKE)
+#undef VARN_TAKE
 
-  Check(std::strcmp(version(), "Varn 504") == 0, "VarnGetVersion is \"Varn 504\"");
-  Check(std::strcmp(author(), "Kaspo Trem") == 0, "VarnGetAuthor is \"Kaspo Trem\"");
+  Check(std::strcmp(varn.GetVersion(), "Varn 504") == 0, "VarnGetVersion is \"Varn 504\"");
+  Check(std::strcmp(varn.GetAuthor(), "Kaspo Trem") == 0, "VarnGetAuthor is \"Kaspo Trem\"");
   int lines = 0;
-  for (const char *const *line = params(); *line; ++line) ++lines;
+  for (const char *const *line = varn.GetParamList(); *line; ++line) ++lines;
   std::printf("     VarnGetParamList: %d option lines\n", lines);
 #if defined(__i386__)
-  Check(CallerCleanedBytes(setDepth, 3) == 4, "caller removes the arguments (cdecl)");
+  Check(CallerCleanedBytes(varn.SetDepth, 3) == 4, "caller removes the arguments (cdecl)");
 #endif
 
   VarnCallbacks callbacks{nullptr, OnNodes, OnDepth, OnCurrentMove, OnLine, nullptr};
-  Check(init(&callbacks, 12345, 0) == 1024, "VarnInit with 0 kB uses 1 MB");
-  Check(init(&callbacks, 0, 32768) == 32768, "VarnInit with 32768 kB");
+  Check(varn.Init(&callbacks, 12345, 0) == 1024, "VarnInit with 0 kB uses 1 MB");
+  Check(varn.Init(&callbacks, 0, 32768) == 32768, "VarnInit with 32768 kB");
 
   char fen[] = "r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - 2 3";
-  setPosition(fen);
-  setDepth(depth);
-  const int result = analyse(0);
+  varn.SetPosition(fen);
+  varn.SetDepth(depth);
+  const int result = varn.Analyse(0);
   Check(result == 0, "VarnAnalyse returns 0 with legal moves");
   std::printf("search depth %d nodes %u score %d line %s\n", LastDepth, LastNodes, LastScore, LastLine);
-  quit();
+  varn.Quit();
   FreeLibrary(module);
   std::printf("%d failed\n", Failures);
   return Failures ? 1 : 0;

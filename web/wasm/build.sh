@@ -27,7 +27,9 @@ if [ ${#stale[@]} -gt 0 ]; then
   printf '%s\n' "${stale[@]}" | xargs -P2 -I{} bash -c 'flags=($flags_text); em++ "${flags[@]}" -c "$1" -o "$out/$(basename "$1" .cpp).o"' _ {}
 fi
 
-exports=_VarnAnalyse,_VarnClearHashtable,_VarnGetAuthor,_VarnGetParamList,_VarnGetVersion,_VarnInit,_VarnNextBest,_VarnPonderingOff,_VarnQuit,_VarnSetBlitz,_VarnSetDepth,_VarnSetGame,_VarnSetInfinite,_VarnSetParam,_VarnSetPosition,_VarnSetStartPosition,_VarnSetTime,_VarnStopAnalyse,_WebStopWord,_malloc,_free
+# The eighteen exports as the module-definition file names them, then the
+# page's own helpers.
+exports=$(awk '$2 ~ /^@[0-9]+$/ { printf "_%s,", $1 }' "$root/Native/Varn504.def")_WebStopWord,_malloc,_free
 em++ "${flags[@]}" "${objects[@]}" -o "$web/public/engine/varn.js" \
   -sMODULARIZE=1 -sEXPORT_NAME=createVarn -sENVIRONMENT=web,worker \
   -sINITIAL_MEMORY=134217728 -sALLOW_TABLE_GROWTH=1 \

@@ -68,7 +68,9 @@ struct SideRecord {
   bool operator==(const SideRecord &) const = default;
 };
 
-// Counter weights of each kind (none, pawn .. king) in a side record.
+// What one piece of each kind (none, pawn .. king) adds to its side's
+// counters; the king adds nothing.
+constexpr int MaterialOf[7] = {0, 100, 300, 300, 500, 900, 0};
 constexpr int UnitsOf[7] = {0, 0, 3, 3, 5, 9, 0};
 constexpr int MinorOf[7] = {0, 0, 1, 1, 0, 0, 0};
 constexpr int MajorOf[7] = {0, 0, 0, 0, 1, 2, 0};
@@ -88,6 +90,10 @@ inline SideRecord &SideOf() {
   if constexpr (Us == White) return WhiteSide; else return BlackSide;
 }
 inline SideRecord &SideOf(int side) { return side ? WhiteSide : BlackSide; }
+
+// The Board code of colour Us's piece of a kind.
+template <int Us>
+constexpr int PieceCode(int kind) { return Us == White ? kind : -kind; }
 
 // The bitboard of a piece kind (pawn .. queen) in a side record.
 inline Bitboard &KindSet(SideRecord &side, int kind) {
@@ -174,6 +180,74 @@ inline void ClearRotated(int s) {
   RotatedFile &= ClearMaskFile[s];
   RotatedDiag &= ClearMaskDiag[s];
   RotatedAntiDiag &= ClearMaskAntiDiag[s];
+}
+
+// ---------------------------------------------------------------------------
+// Square changes. Every piece that enters, leaves or crosses the board goes
+// through these three, so Board, the side's bitboards, counters and king
+// square and the rotated boards cannot fall out of step.
+
+// Adds (sign 1) or takes away (sign -1) one piece of a kind in a side's counters.
+inline void CountPiece(SideRecord &side, int kind, int sign) {
+  side.material += sign * MaterialOf[kind];
+  side.pawnCount += sign * (kind == Pawn);
+  side.pieceUnits += sign * UnitsOf[kind];
+  side.minorCount += sign * MinorOf[kind];
+  side.majorWeight += sign * MajorOf[kind];
+}
+
+// Puts colour Us's piece of a kind (pawn .. king) on the empty square s.
+template <int Us>
+inline void PutPiece(int kind, int s) {
+  SideRecord &side = SideOf<Us>();
+  Board[s] = PieceCode<Us>(kind);
+  side.occupied |= SetMask[s];
+  SetRotated(s);
+  if (kind == King) {
+    side.kingSquare = s;
+    return;
+  }
+  KindSet(side, kind) |= SetMask[s];
+  CountPiece(side, kind, 1);
+}
+
+// Takes colour Us's piece of a kind (pawn .. queen) off square s.
+template <int Us>
+inline void RemovePiece(int kind, int s) {
+  SideRecord &side = SideOf<Us>();
+  Board[s] = Empty;
+  side.occupied &= ClearMask[s];
+  ClearRotated(s);
+  KindSet(side, kind) &= ClearMask[s];
+  CountPiece(side, kind, -1);
+}
+
+// Moves colour Us's piece of a kind (pawn .. king) from `from` to the empty
+// square `to`.
+template <int Us>
+inline void MovePiece(int kind, int from, int to) {
+  SideRecord &side = SideOf<Us>();
+  Board[from] = Empty;
+  Board[to] = PieceCode<Us>(kind);
+  side.occupied = (side.occupied & ClearMask[from]) | SetMask[to];
+  ClearRotated(from);
+  SetRotated(to);
+  if (kind == King) {
+    side.kingSquare = to;
+    return;
+  }
+  Bitboard &set = KindSet(side, kind);
+  set = (set & ClearMask[from]) | SetMask[to];
+}
+
+// The rook's move in a castling whose king lands on kingTo: from the h-file
+// to the f-file beside a king on the g-file, else from the a-file to the d-file.
+struct RookStep {
+  int from;
+  int to;
+};
+constexpr RookStep CastlingRook(int kingTo) {
+  return File(kingTo) == 6 ? RookStep{kingTo + 1, kingTo - 1} : RookStep{kingTo - 2, kingTo + 1};
 }
 
 // ---------------------------------------------------------------------------

@@ -88,18 +88,27 @@ inline int EmitPawnMoves(int i, Bitboard targets, int step, const int *promotion
 constexpr int AllPromotions[4] = {Queen, Rook, Bishop, Knight};
 constexpr int UnderPromotions[3] = {Rook, Bishop, Knight};
 
-// Castling words of colour Us whose counters, empty squares and unattacked
-// squares allow them: king side first.
-template <int Us>
-inline int EmitCastling(int i) {
+// 1 when colour Us may castle on the king side (KingSide) or the queen side:
+// the counters of the king's and that rook's home squares at 0, the squares
+// between them empty, and the king's square, the one it crosses and its
+// destination not attacked. The counters alone carry the right.
+template <int Us, bool KingSide>
+inline bool CastlingAllowed() {
   constexpr int Them = 1 - Us;
   constexpr int Home = Us == White ? E1 : E8;
-  if (MoveCounter[Home]) return i;
-  if (!MoveCounter[Home + 3] && !Board[Home + 1] && !Board[Home + 2] && !AttackedBy<Them>(Home) &&
-      !AttackedBy<Them>(Home + 1) && !AttackedBy<Them>(Home + 2))
-    MoveStack[i++] = MoveWord(Home, Home + 2, King);
-  if (!MoveCounter[Home - 4] && !Board[Home - 1] && !Board[Home - 2] && !Board[Home - 3] &&
-      !AttackedBy<Them>(Home) && !AttackedBy<Them>(Home - 1) && !AttackedBy<Them>(Home - 2))
-    MoveStack[i++] = MoveWord(Home, Home - 2, King);
+  constexpr int Step = KingSide ? 1 : -1;
+  constexpr int Corner = KingSide ? Home + 3 : Home - 4;
+  if (MoveCounter[Home] || MoveCounter[Corner]) return false;
+  for (int s = Home + Step; s != Corner; s += Step)
+    if (Board[s]) return false;
+  return !AttackedBy<Them>(Home) && !AttackedBy<Them>(Home + Step) && !AttackedBy<Them>(Home + 2 * Step);
+}
+
+// Castling words of colour Us that are allowed: king side first.
+template <int Us>
+inline int EmitCastling(int i) {
+  constexpr int Home = Us == White ? E1 : E8;
+  if (CastlingAllowed<Us, true>()) MoveStack[i++] = MoveWord(Home, Home + 2, King);
+  if (CastlingAllowed<Us, false>()) MoveStack[i++] = MoveWord(Home, Home - 2, King);
   return i;
 }

@@ -166,6 +166,10 @@ extern uint8_t FileDistance[64][64];
 template <int Us>
 constexpr int RelativeRank(int s) { return Us == White ? Rank(s) : 7 - Rank(s); }
 
+// The squares of rank r counted from colour Us's side.
+template <int Us>
+inline Bitboard RelativeRankMask(int r) { return RankMask[Us == White ? r : 7 - r]; }
+
 // The most advanced square of colour Us in a non-empty set.
 template <int Us>
 inline int MostAdvanced(Bitboard set) { return Us == White ? HighestSquare(set) : LowestSquare(set); }

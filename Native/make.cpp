@@ -11,51 +11,52 @@ void MakeMove(Move move, int ply) {
   const int from = MoveFrom(move), to = MoveTo(move), piece = MovePiece(move);
   const int captured = MoveCaptured(move), promotion = MovePromotion(move);
   uint64_t pawnKey = record.pawnKey, pieceKey = record.pieceKey;
-  auto toggleKey = [&](int colour, int kind, int s) {
-    (kind == Pawn ? pawnKey : pieceKey) ^= KeyTable[colour][kind][s];
-  };
 
   record.move = move;
   record.epSquare = 0;
   // The captured piece leaves first, so the mover always lands on an empty
   // square. A king is never taken off: the search refuses such a move.
-  if (captured && captured != King) {
+  if (captured == Pawn) {
     const bool enPassant = piece == Pawn && !promotion && to == Ply[ply - 1].epSquare;
     const int square = enPassant ? to - Forward : to;
-    RemovePiece<Them>(captured, square);
-    toggleKey(Them, captured, square);
+    RemovePiece<Them>(Pawn, square);
+    pawnKey ^= KeyTable[Them][Pawn][square];
+  } else if (captured && captured != King) {
+    RemovePiece<Them>(captured, to);
+    pieceKey ^= KeyTable[Them][captured][to];
     if (captured == Rook) MoveCounter[to]++;
   }
 
-  if (promotion) {
-    RemovePiece<Us>(Pawn, from);
-    PutPiece<Us>(promotion, to);
-    toggleKey(Us, Pawn, from);
-    toggleKey(Us, promotion, to);
-  } else {
-    MovePiece<Us>(piece, from, to);
-    toggleKey(Us, piece, from);
-    toggleKey(Us, piece, to);
-  }
-
-  if (piece == Pawn && to - from == 2 * Forward) {
-    // En passant is recorded only when an enemy pawn stands ready to take.
-    const int passed = from + Forward;
-    if (PawnAttackersTable<Them>()[passed] & SideOf<Them>().pawns) {
-      record.epSquare = passed;
-      pieceKey ^= EnPassantKey[passed];
+  if (piece == Pawn) {
+    pawnKey ^= KeyTable[Us][Pawn][from];
+    if (promotion) {
+      RemovePiece<Us>(Pawn, from);
+      PutPiece<Us>(promotion, to);
+      pieceKey ^= KeyTable[Us][promotion][to];
+    } else {
+      MovePiece<Us>(Pawn, from, to);
+      pawnKey ^= KeyTable[Us][Pawn][to];
+      // En passant is recorded only when an enemy pawn stands ready to take.
+      const int passed = from + Forward;
+      if (to - from == 2 * Forward && (PawnAttackersTable<Them>()[passed] & SideOf<Them>().pawns)) {
+        record.epSquare = passed;
+        pieceKey ^= EnPassantKey[passed];
+      }
     }
   } else if (piece == King) {
+    MovePiece<Us>(King, from, to);
+    pieceKey ^= KeyTable[Us][King][from] ^ KeyTable[Us][King][to];
     if (Distance[from][to] == 2) {
       const RookStep rook = CastlingRook(to);
       MovePiece<Us>(Rook, rook.from, rook.to);
-      toggleKey(Us, Rook, rook.from);
-      toggleKey(Us, Rook, rook.to);
+      pieceKey ^= KeyTable[Us][Rook][rook.from] ^ KeyTable[Us][Rook][rook.to];
       SideOf<Us>().castled = 1;
     }
     MoveCounter[from]++;
-  } else if (piece == Rook) {
-    MoveCounter[from]++;
+  } else {
+    MovePiece<Us>(piece, from, to);
+    pieceKey ^= KeyTable[Us][piece][from] ^ KeyTable[Us][piece][to];
+    if (piece == Rook) MoveCounter[from]++;
   }
 
   Ply[ply + 1].pawnKey = pawnKey;

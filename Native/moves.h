@@ -63,13 +63,24 @@ inline int EmitTargets(int i, int from, int kind, Bitboard targets) {
   return i;
 }
 
+// Promotion kinds, in the order they are written, for one pawn move onto the
+// last rank.
+struct Promotions {
+  const int *kinds;
+  int count;
+};
+constexpr int AllPromotionKinds[4] = {Queen, Rook, Bishop, Knight};
+constexpr int UnderPromotionKinds[3] = {Rook, Bishop, Knight};
+constexpr Promotions AllPromotions{AllPromotionKinds, 4};
+constexpr Promotions UnderPromotions{UnderPromotionKinds, 3};
+constexpr Promotions QueenPromotion{AllPromotionKinds, 1};
+
 // Writes the pawn moves of a destination set whose origins lie `step` behind,
-// with the given promotion kinds on the last rank (none elsewhere). An empty
-// destination equal to a nonzero epSquare is an en-passant capture; 0 means
-// none, since a1 is an ordinary destination of Black's pushes.
+// with the given promotions on the last rank. An empty destination equal to
+// a nonzero epSquare is an en-passant capture; 0 means none, since a1 is an
+// ordinary destination of Black's pushes.
 template <int Us>
-inline int EmitPawnMoves(int i, Bitboard targets, int step, const int *promotions, int count,
-                         int epSquare) {
+inline int EmitPawnMoves(int i, Bitboard targets, int step, Promotions promotions, int epSquare) {
   constexpr int LastRank = Us == White ? 7 : 0;
   for (; targets; targets &= targets - 1) {
     int to = LowestSquare(targets), from = to - step;
@@ -77,7 +88,8 @@ inline int EmitPawnMoves(int i, Bitboard targets, int step, const int *promotion
     int captured = code < 0 ? -code : code;
     if (code == Empty && epSquare && to == epSquare) captured = Pawn;
     if (Rank(to) == LastRank) {
-      for (int k = 0; k < count; ++k) MoveStack[i++] = MoveWord(from, to, Pawn, captured, promotions[k]);
+      for (int k = 0; k < promotions.count; ++k)
+        MoveStack[i++] = MoveWord(from, to, Pawn, captured, promotions.kinds[k]);
     } else {
       MoveStack[i++] = MoveWord(from, to, Pawn, captured);
     }
@@ -85,8 +97,50 @@ inline int EmitPawnMoves(int i, Bitboard targets, int step, const int *promotion
   return i;
 }
 
-constexpr int AllPromotions[4] = {Queen, Rook, Bishop, Knight};
-constexpr int UnderPromotions[3] = {Rook, Bishop, Knight};
+// The generator core. Each generator asks for the moves of colour Us onto
+// its own target sets, always in this order: knights, bishops, rooks and
+// queens (kind by kind, square by square), the king, then the pawn groups.
+
+// Each knight, bishop, rook and queen: its destinations in `first`, then
+// those in `second`. With SkipPinned, pieces pinned to their king stay put.
+template <int Us, bool SkipPinned = false>
+inline int EmitPieceMoves(int i, Bitboard first, Bitboard second) {
+  for (int kind = Knight; kind <= Queen; ++kind) {
+    for (Bitboard set = KindSet(SideOf<Us>(), kind); set; set &= set - 1) {
+      const int s = LowestSquare(set);
+      if (SkipPinned && PinnedToKing<Us>(s)) continue;
+      const Bitboard targets = PieceTargets(kind, s);
+      i = EmitTargets(i, s, kind, targets & first);
+      i = EmitTargets(i, s, kind, targets & second);
+    }
+  }
+  return i;
+}
+
+// The king's destinations in `first`, then those in `second`.
+template <int Us>
+inline int EmitKingMoves(int i, Bitboard first, Bitboard second) {
+  const int k = SideOf<Us>().kingSquare;
+  i = EmitTargets(i, k, King, KingAttacks[k] & first);
+  return EmitTargets(i, k, King, KingAttacks[k] & second);
+}
+
+// The pawn groups of the given pawns, each scanned by destination: single
+// pushes onto empty squares of `pushes`, double pushes onto empty squares of
+// `doublePushes`, then captures towards the a-file and towards the h-file
+// onto `captures` (epSquare, when nonzero, is taken en passant).
+template <int Us>
+inline int EmitPawnGroups(int i, Bitboard pawns, Bitboard pushes, Promotions pushPromotions,
+                          Bitboard doublePushes, Bitboard captures, Promotions capturePromotions,
+                          int epSquare) {
+  const Bitboard empty = ~Occupancy();
+  const Bitboard single = ShiftForward<Us>(pawns) & empty;
+  const Bitboard hop = ShiftForward<Us>(single & RelativeRankMask<Us>(2)) & empty;
+  i = EmitPawnMoves<Us>(i, single & pushes, StepForward<Us>, pushPromotions, 0);
+  i = EmitPawnMoves<Us>(i, hop & doublePushes, 2 * StepForward<Us>, Promotions{}, 0);
+  i = EmitPawnMoves<Us>(i, ShiftTowardsA<Us>(pawns) & captures, StepTowardsA<Us>, capturePromotions, epSquare);
+  return EmitPawnMoves<Us>(i, ShiftTowardsH<Us>(pawns) & captures, StepTowardsH<Us>, capturePromotions, epSquare);
+}
 
 // 1 when colour Us may castle on the king side (KingSide) or the queen side:
 // the counters of the king's and that rook's home squares at 0, the squares

@@ -8,27 +8,31 @@ void UndoMove(Move move, int ply) {
   const int from = MoveFrom(move), to = MoveTo(move), piece = MovePiece(move);
   const int captured = MoveCaptured(move), promotion = MovePromotion(move);
 
-  if (promotion) {
-    RemovePiece<Us>(promotion, to);
-    PutPiece<Us>(Pawn, from);
-  } else {
-    MovePiece<Us>(piece, to, from);
-  }
-
-  if (piece == King) {
+  if (piece == Pawn) {
+    if (promotion) {
+      RemovePiece<Us>(promotion, to);
+      PutPiece<Us>(Pawn, from);
+    } else {
+      MovePiece<Us>(Pawn, to, from);
+    }
+  } else if (piece == King) {
+    MovePiece<Us>(King, to, from);
     if (Distance[from][to] == 2) {
       const RookStep rook = CastlingRook(to);
       MovePiece<Us>(Rook, rook.to, rook.from);
       SideOf<Us>().castled = 0;
     }
     MoveCounter[from]--;
-  } else if (piece == Rook) {
-    MoveCounter[from]--;
+  } else {
+    MovePiece<Us>(piece, to, from);
+    if (piece == Rook) MoveCounter[from]--;
   }
 
-  if (captured) {
+  if (captured == Pawn) {
     const bool enPassant = piece == Pawn && !promotion && to == Ply[ply - 1].epSquare;
-    PutPiece<Them>(captured, enPassant ? to - Forward : to);
+    PutPiece<Them>(Pawn, enPassant ? to - Forward : to);
+  } else if (captured) {
+    PutPiece<Them>(captured, to);
     if (captured == Rook) MoveCounter[to]--;
   }
 }

@@ -53,8 +53,6 @@ const char StartFen[] = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -";
 
 namespace {
 
-int Absolute(int x) { return x < 0 ? -x : x; }
-
 // Bit positions of a square in the three rotated boards.
 int FileBit(int s) { return 8 * File(s) + (7 - Rank(s)); }
 int DiagBit(int s) { return 8 * ((Rank(s) - File(s)) & 7) + File(s); }

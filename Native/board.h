@@ -10,6 +10,15 @@
 constexpr int White = 1;
 constexpr int Black = 0;
 
+// Side-relative constants by colour [side]: the sign of its pieces' codes
+// and scores, its pawns' forward step, and what turns its squares into
+// White's view (Black's are mirrored by rank, a1 <-> a8).
+constexpr int ColourSign[2] = {-1, 1};
+constexpr int PawnStep[2] = {-8, 8};
+constexpr int RankMirror[2] = {56, 0};
+
+constexpr int Absolute(int x) { return x < 0 ? -x : x; }
+
 // Piece kinds; Black's pieces are the negative codes on the board.
 enum : int { Empty = 0, Pawn = 1, Knight = 2, Bishop = 3, Rook = 4, Queen = 5, King = 6 };
 
@@ -93,7 +102,11 @@ inline SideRecord &SideOf(int side) { return side ? WhiteSide : BlackSide; }
 
 // The Board code of colour Us's piece of a kind.
 template <int Us>
-constexpr int PieceCode(int kind) { return Us == White ? kind : -kind; }
+constexpr int PieceCode(int kind) { return ColourSign[Us] * kind; }
+
+// 1 when the Board code belongs to colour Us.
+template <int Us>
+constexpr bool Owns(int code) { return ColourSign[Us] * code > 0; }
 
 // The bitboard of a piece kind (pawn .. queen) in a side record.
 inline Bitboard &KindSet(SideRecord &side, int kind) {
@@ -162,17 +175,43 @@ extern Bitboard Between[64][64];
 extern uint8_t Distance[64][64];
 extern uint8_t FileDistance[64][64];
 
+// Square s as colour Us sees it: White's squares stay, Black's are
+// mirrored by rank. Relative<Us>(E1) is Us's king home.
+template <int Us>
+constexpr int Relative(int s) { return s ^ RankMirror[Us]; }
+
+// Index of square s in a table printed as a player reads it, rank 8 on the
+// first line.
+constexpr int Printed(int s) { return Relative<Black>(s); }
+
+// Fills both colours' rows of a square table from its printed White copy.
+inline void SplitByColour(const int (&printed)[64], int32_t (&tables)[2][64]) {
+  for (int s = 0; s < 64; ++s) {
+    tables[White][s] = printed[Printed(s)];
+    tables[Black][s] = printed[Printed(Relative<Black>(s))];
+  }
+}
+
 // Rank counted from colour Us's own side (0 = its first rank).
 template <int Us>
-constexpr int RelativeRank(int s) { return Us == White ? Rank(s) : 7 - Rank(s); }
+constexpr int RelativeRank(int s) { return Rank(Relative<Us>(s)); }
 
 // The squares of rank r counted from colour Us's side.
 template <int Us>
-inline Bitboard RelativeRankMask(int r) { return RankMask[Us == White ? r : 7 - r]; }
+inline Bitboard RelativeRankMask(int r) { return RankMask[RelativeRank<Us>(8 * r)]; }
+
+// 1 when square a lies behind square b on their file, seen by colour Us.
+template <int Us>
+constexpr bool Behind(int a, int b) { return Relative<Us>(a) < Relative<Us>(b); }
+
+// The squares of the colour (light or dark) that s belongs to.
+inline Bitboard SquaresOfColour(int s) { return (DarkSquares & SetMask[s]) ? DarkSquares : LightSquares; }
 
 // The most advanced square of colour Us in a non-empty set.
 template <int Us>
-inline int MostAdvanced(Bitboard set) { return Us == White ? HighestSquare(set) : LowestSquare(set); }
+inline int MostAdvanced(Bitboard set) {
+  if constexpr (Us == White) return HighestSquare(set); else return LowestSquare(set);
+}
 
 // Puts square s into, or takes it out of, the three rotated boards.
 inline void SetRotated(int s) {

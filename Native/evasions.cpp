@@ -13,8 +13,7 @@ int EmitKingEvasions(int i, int lineA, int lineB) {
   for (Bitboard set = KingAttacks[k] & ~SideOf<Us>().occupied; set; set &= set - 1) {
     int to = LowestSquare(set);
     if (AttackedBy<1 - Us>(to) || Direction[k][to] == lineA || Direction[k][to] == lineB) continue;
-    int code = Board[to];
-    MoveStack[i++] = MoveWord(k, to, King, code < 0 ? -code : code);
+    MoveStack[i++] = MoveWord(k, to, King, Absolute(Board[to]));
   }
   return i;
 }

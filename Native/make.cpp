@@ -6,7 +6,7 @@
 template <int Us>
 void MakeMove(Move move, int ply) {
   constexpr int Them = 1 - Us;
-  constexpr int Forward = Us == White ? 8 : -8;
+  constexpr int Forward = PawnStep[Us];
   PlyRecord &record = Ply[ply];
   const int from = MoveFrom(move), to = MoveTo(move), piece = MovePiece(move);
   const int captured = MoveCaptured(move), promotion = MovePromotion(move);

@@ -38,9 +38,9 @@ inline Bitboard ShiftTowardsH(Bitboard b) {
   if constexpr (Us == White) return (b & NotFileH) << 9; else return (b & NotFileH) >> 7;
 }
 // Square steps matching the shifts above.
-template <int Us> constexpr int StepForward = Us == White ? 8 : -8;
-template <int Us> constexpr int StepTowardsA = Us == White ? 7 : -9;
-template <int Us> constexpr int StepTowardsH = Us == White ? 9 : -7;
+template <int Us> constexpr int StepForward = PawnStep[Us];
+template <int Us> constexpr int StepTowardsA = PawnStep[Us] - 1;
+template <int Us> constexpr int StepTowardsH = PawnStep[Us] + 1;
 
 // Destinations of a piece kind (knight .. king) on s in the current position.
 inline Bitboard PieceTargets(int kind, int s) {
@@ -57,8 +57,7 @@ inline Bitboard PieceTargets(int kind, int s) {
 inline int EmitTargets(int i, int from, int kind, Bitboard targets) {
   for (; targets; targets &= targets - 1) {
     int to = LowestSquare(targets);
-    int code = Board[to];
-    MoveStack[i++] = MoveWord(from, to, kind, code < 0 ? -code : code);
+    MoveStack[i++] = MoveWord(from, to, kind, Absolute(Board[to]));
   }
   return i;
 }
@@ -81,13 +80,12 @@ constexpr Promotions QueenPromotion{AllPromotionKinds, 1};
 // ordinary destination of Black's pushes.
 template <int Us>
 inline int EmitPawnMoves(int i, Bitboard targets, int step, Promotions promotions, int epSquare) {
-  constexpr int LastRank = Us == White ? 7 : 0;
   for (; targets; targets &= targets - 1) {
     int to = LowestSquare(targets), from = to - step;
     int code = Board[to];
-    int captured = code < 0 ? -code : code;
+    int captured = Absolute(code);
     if (code == Empty && epSquare && to == epSquare) captured = Pawn;
-    if (Rank(to) == LastRank) {
+    if (RelativeRank<Us>(to) == 7) {
       for (int k = 0; k < promotions.count; ++k)
         MoveStack[i++] = MoveWord(from, to, Pawn, captured, promotions.kinds[k]);
     } else {
@@ -149,7 +147,7 @@ inline int EmitPawnGroups(int i, Bitboard pawns, Bitboard pushes, Promotions pus
 template <int Us, bool KingSide>
 inline bool CastlingAllowed() {
   constexpr int Them = 1 - Us;
-  constexpr int Home = Us == White ? E1 : E8;
+  constexpr int Home = Relative<Us>(E1);
   constexpr int Step = KingSide ? 1 : -1;
   constexpr int Corner = KingSide ? Home + 3 : Home - 4;
   if (MoveCounter[Home] || MoveCounter[Corner]) return false;
@@ -161,7 +159,7 @@ inline bool CastlingAllowed() {
 // Castling words of colour Us that are allowed: king side first.
 template <int Us>
 inline int EmitCastling(int i) {
-  constexpr int Home = Us == White ? E1 : E8;
+  constexpr int Home = Relative<Us>(E1);
   if (CastlingAllowed<Us, true>()) MoveStack[i++] = MoveWord(Home, Home + 2, King);
   if (CastlingAllowed<Us, false>()) MoveStack[i++] = MoveWord(Home, Home - 2, King);
   return i;

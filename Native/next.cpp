@@ -143,8 +143,8 @@ Move NextEvasion(int ply) {
 
 template <int Us>
 int IsPseudoLegal(Move move, int ply) {
-  constexpr int Sign = Us == White ? 1 : -1;
-  constexpr int Forward = Us == White ? 8 : -8;
+  constexpr int Sign = ColourSign[Us];
+  constexpr int Forward = PawnStep[Us];
   const int from = MoveFrom(move), to = MoveTo(move), piece = MovePiece(move), captured = MoveCaptured(move);
   if (piece == 0 || Board[from] != Sign * piece) return 0;
   const bool destination = captured ? Board[to] == -Sign * captured : Board[to] == Empty;

@@ -9,8 +9,7 @@
 #include "pawns.h"
 #include "phase.h"
 
-int32_t WhiteKingDanger;
-int32_t BlackKingDanger;
+int32_t KingDanger[2];
 
 alignas(64) int32_t KnightTables[2][64];
 alignas(64) int32_t BishopTables[2][64];
@@ -145,31 +144,6 @@ constexpr int TrappedBishopPenalty = 175;
 // The attacking tables end at attack sum 119 (index 127).
 constexpr int MaxAttackSum = 119;
 
-// Copies a printed table into White's row and mirrors it into Black's.
-void SplitByColour(const int (&printed)[64], int32_t (&tables)[2][64]) {
-  for (int s = 0; s < 64; ++s) tables[White][s] = printed[s ^ 56];
-  for (int s = 0; s < 64; ++s) tables[Black][s] = tables[White][s ^ 56];
-}
-
-// Square s as seen by colour Us (White's squares stay, Black's are mirrored).
-template <int Us>
-constexpr int Relative(int s) { return Us == White ? s : s ^ 56; }
-
-// The Board code of colour Us's piece of the given kind.
-template <int Us>
-constexpr int Code(int kind) { return Us == White ? kind : -kind; }
-
-// 1 when the Board code belongs to colour Us.
-template <int Us>
-constexpr bool Owns(int code) { return Us == White ? code > 0 : code < 0; }
-
-// 1 when square a lies behind square b on their file, seen by colour Us.
-template <int Us>
-constexpr bool Behind(int a, int b) { return Us == White ? a < b : a > b; }
-
-// The squares of one colour that s belongs to.
-Bitboard SquaresOfColour(int s) { return (DarkSquares & SetMask[s]) ? DarkSquares : LightSquares; }
-
 // The files (as a byte) of a set of squares on rank r.
 unsigned FilesOnRank(Bitboard squares, int r) { return unsigned(squares >> (8 * r)) & 255; }
 
@@ -177,10 +151,9 @@ unsigned FilesOnRank(Bitboard squares, int r) { return unsigned(squares >> (8 * 
 // no enemy pawn can attack, with an enemy pawn right in front of it.
 template <int Us>
 bool BlocksCentrePawn(int s) {
-  constexpr int Up = Us == White ? 8 : -8;
-  const Bitboard *ahead = Us == White ? AdjacentFilesAbove : AdjacentFilesBelow;
-  if (!OutpostTables[Us][s] || (SideOf<!Us>().pawns & ahead[s])) return false;
-  return (s == Relative<Us>(D6) || s == Relative<Us>(E6)) && Board[s + Up] == Code<!Us>(Pawn);
+  constexpr int Up = PawnStep[Us];
+  if (!OutpostTables[Us][s] || (SideOf<!Us>().pawns & AdjacentFilesAhead[Us][s])) return false;
+  return (s == Relative<Us>(D6) || s == Relative<Us>(E6)) && Board[s + Up] == PieceCode<!Us>(Pawn);
 }
 
 // The king danger of colour Us before the queen halving: the king's square,
@@ -190,10 +163,10 @@ template <int Us>
 int KingDangerOf(const PawnEntry &entry) {
   const SideRecord &them = SideOf<!Us>();
   const int king = SideOf<Us>().kingSquare;
-  const int shelterKingSide = Us == White ? entry.whiteShelterKingSide : entry.blackShelterKingSide;
-  const int shelterQueenSide = Us == White ? entry.whiteShelterQueenSide : entry.blackShelterQueenSide;
+  const int shelterKingSide = entry.facts[Us].shelterKingSide;
+  const int shelterQueenSide = entry.facts[Us].shelterQueenSide;
   auto open = [&entry](int f) { return (entry.openFiles >> f) & 1; };
-  auto attacker = [](int code) { return code == Code<!Us>(Pawn) || code == Code<!Us>(Bishop) || code == Code<!Us>(Queen); };
+  auto attacker = [](int code) { return code == PieceCode<!Us>(Pawn) || code == PieceCode<!Us>(Bishop) || code == PieceCode<!Us>(Queen); };
   const bool movedA = MoveCounter[Relative<Us>(A1)], movedH = MoveCounter[Relative<Us>(H1)];
   int danger = KingDangerTables[Us][king];
   if (MoveCounter[Relative<Us>(E1)] == 0 && !(movedA && movedH)) {
@@ -203,11 +176,11 @@ int KingDangerOf(const PawnEntry &entry) {
   } else if (File(king) <= 3) {
     danger += shelterQueenSide;
     if (File(king) == 3) danger += 2 * open(2) + 4 * open(3) + 2 * open(4);
-    if (Board[Relative<Us>(B2)] != Code<Us>(Pawn) && them.queens && attacker(Board[Relative<Us>(C3)])) danger += 3;
+    if (Board[Relative<Us>(B2)] != PieceCode<Us>(Pawn) && them.queens && attacker(Board[Relative<Us>(C3)])) danger += 3;
   } else {
     danger += shelterKingSide;
     if (File(king) == 4) danger += 2 * open(3) + 4 * open(4) + 2 * open(5);
-    if (Board[Relative<Us>(G2)] != Code<Us>(Pawn) && them.queens && attacker(Board[Relative<Us>(F3)])) danger += 3;
+    if (Board[Relative<Us>(G2)] != PieceCode<Us>(Pawn) && them.queens && attacker(Board[Relative<Us>(F3)])) danger += 3;
   }
   return danger;
 }
@@ -226,13 +199,12 @@ int DevelopmentOf() {
 template <int Us>
 int KnightTerms(int &attackSum) {
   const SideRecord &us = SideOf<Us>(), &them = SideOf<!Us>();
-  const Bitboard *ahead = Us == White ? AdjacentFilesAbove : AdjacentFilesBelow;
   const Bitboard *defenders = PawnAttackersTable<Us>();
   int v = 0;
   for (Bitboard set = us.knights; set; set &= set - 1) {
     const int s = LowestSquare(set), outpost = OutpostTables[Us][s];
     v += KnightTables[Us][s];
-    if (outpost && !(them.pawns & ahead[s])) {
+    if (outpost && !(them.pawns & AdjacentFilesAhead[Us][s])) {
       v += outpost;
       if (const Bitboard guards = defenders[s] & us.pawns) {
         // Without a minor piece able to exchange it the knight is there to stay.
@@ -243,7 +215,7 @@ int KnightTerms(int &attackSum) {
     }
     attackSum += KnightTropism[Distance[s][them.kingSquare]];
   }
-  return Us == White ? v : -v;
+  return ColourSign[Us] * v;
 }
 
 // Bishops of colour Us, White's view: placement, mobility, the centre block
@@ -261,7 +233,7 @@ int BishopTerms(int &attackSum) {
     if (BlocksCentrePawn<Us>(s)) v += 12;
     attackSum += BishopTropism[Distance[s][theirKing]];
   }
-  return Us == White ? v : -v;
+  return ColourSign[Us] * v;
 }
 
 // Terms of colour Us's bishops as a set, White's view: own pawns on the lone
@@ -273,56 +245,52 @@ int BishopSetTerms(const PawnEntry &entry, bool endgame) {
   int v = 0;
   if (PopCount(us.bishops) == 1) {
     const bool dark = us.bishops & DarkSquares;
-    const int blockers = Us == White ? (dark ? entry.whiteDarkPawns : entry.whiteLightPawns)
-                                     : (dark ? entry.blackDarkPawns : entry.blackLightPawns);
+    const int blockers = dark ? entry.facts[Us].darkPawns : entry.facts[Us].lightPawns;
     v -= 4 * blockers;
   } else {
     v += BishopPairBonus[std::min(us.pawnCount, 8)];
   }
-  if (us.bishops & (Us == White ? SquaresA7H7 : SquaresA2H2)) {
-    if (Board[Relative<Us>(A7)] == Code<Us>(Bishop)) {
-      if (Board[Relative<Us>(B6)] == Code<!Us>(Pawn)) v -= TrappedBishopPenalty;
-    } else if (Board[Relative<Us>(H7)] == Code<Us>(Bishop)) {
-      if (Board[Relative<Us>(G6)] == Code<!Us>(Pawn)) v -= TrappedBishopPenalty;
+  if (us.bishops & BishopTrapSquares[Us]) {
+    if (Board[Relative<Us>(A7)] == PieceCode<Us>(Bishop)) {
+      if (Board[Relative<Us>(B6)] == PieceCode<!Us>(Pawn)) v -= TrappedBishopPenalty;
+    } else if (Board[Relative<Us>(H7)] == PieceCode<Us>(Bishop)) {
+      if (Board[Relative<Us>(G6)] == PieceCode<!Us>(Pawn)) v -= TrappedBishopPenalty;
     }
   }
   if (!endgame) {
     const int king = us.kingSquare;
-    const Bitboard cornerH = Us == White ? CornerH1 : CornerH8, cornerA = Us == White ? CornerA1 : CornerA8;
     const int g2 = Relative<Us>(G2), b2 = Relative<Us>(B2);
-    if (File(king) >= 5 && Board[g2] != Code<Us>(Pawn) && Board[Relative<Us>(G3)] == Code<Us>(Pawn) &&
-        Distance[king][g2] == 1 && (us.bishops & cornerH))
+    if (File(king) >= 5 && Board[g2] != PieceCode<Us>(Pawn) && Board[Relative<Us>(G3)] == PieceCode<Us>(Pawn) &&
+        Distance[king][g2] == 1 && (us.bishops & CornerH[Us]))
       v += 10;
-    else if (File(king) <= 2 && Board[b2] != Code<Us>(Pawn) && Board[Relative<Us>(B3)] == Code<Us>(Pawn) &&
-             Distance[king][b2] == 1 && (us.bishops & cornerA))
+    else if (File(king) <= 2 && Board[b2] != PieceCode<Us>(Pawn) && Board[Relative<Us>(B3)] == PieceCode<Us>(Pawn) &&
+             Distance[king][b2] == 1 && (us.bishops & CornerA[Us]))
       v += 10;
   }
-  return Us == White ? v : -v;
+  return ColourSign[Us] * v;
 }
 
 // File distance for the file tropism of colour Us's heavy piece on s: 7 when
 // an own pawn stands ahead of it on its file.
 template <int Us>
 int FileTropismDistance(int s, int theirKing) {
-  const Bitboard *rayAhead = Us == White ? RayNorth : RaySouth;
-  return (SideOf<Us>().pawns & rayAhead[s]) ? 7 : FileDistance[s][theirKing];
+  return (SideOf<Us>().pawns & RayForward[Us][s]) ? 7 : FileDistance[s][theirKing];
 }
 
 // 1 when the enemy king is on its first rank or enemy pawns on their second.
 template <int Us>
 bool SeventhRankMatters() {
   const SideRecord &them = SideOf<!Us>();
-  return RelativeRank<Us>(them.kingSquare) == 7 || (them.pawns & RankMask[Us == White ? 6 : 1]);
+  return RelativeRank<Us>(them.kingSquare) == 7 || (them.pawns & RelativeRankMask<Us>(6));
 }
 
 // Rooks of colour Us, White's view: passed pawns on the file, open and
 // half-open files, the seventh rank and the attack sum.
 template <int Us>
 int RookTerms(const PawnEntry &entry, int &attackSum) {
-  constexpr int Up = Us == White ? 8 : -8;
+  constexpr int Up = PawnStep[Us];
   const SideRecord &us = SideOf<Us>(), &them = SideOf<!Us>();
-  const unsigned ourPassed = Us == White ? entry.whitePassedFiles : entry.blackPassedFiles;
-  const unsigned theirPassed = Us == White ? entry.blackPassedFiles : entry.whitePassedFiles;
+  const unsigned ourPassed = entry.facts[Us].passedFiles, theirPassed = entry.facts[!Us].passedFiles;
   int v = 0;
   for (Bitboard set = us.rooks; set; set &= set - 1) {
     const int s = LowestSquare(set), f = File(s);
@@ -347,7 +315,7 @@ int RookTerms(const PawnEntry &entry, int &attackSum) {
     const int d = FileTropismDistance<Us>(s, them.kingSquare);
     attackSum += std::max(RookFileTropism[d], RookTropism[Distance[s][them.kingSquare]]);
   }
-  return Us == White ? v : -v;
+  return ColourSign[Us] * v;
 }
 
 // Queens of colour Us, White's view: placement, the seventh rank, a weaker
@@ -356,8 +324,7 @@ template <int Us>
 int QueenTerms(int &attackSum) {
   const SideRecord &us = SideOf<Us>();
   const int theirKing = SideOf<!Us>().kingSquare;
-  const int ourDanger = Us == White ? WhiteKingDanger : BlackKingDanger;
-  const int theirDanger = Us == White ? BlackKingDanger : WhiteKingDanger;
+  const int ourDanger = KingDanger[Us], theirDanger = KingDanger[!Us];
   int v = 0;
   for (Bitboard set = us.queens; set; set &= set - 1) {
     const int s = LowestSquare(set);
@@ -371,16 +338,15 @@ int QueenTerms(int &attackSum) {
       if (farWings) attackSum = std::max(attackSum - 8, -8);
     }
   }
-  return Us == White ? v : -v;
+  return ColourSign[Us] * v;
 }
 
 // Colour Us's attack term, White's view: its attack sum weighted by its
 // attacking table and by the enemy king's danger.
 template <int Us>
 int AttackTerm(int attackSum) {
-  const int theirDanger = Us == White ? BlackKingDanger : WhiteKingDanger;
-  const int v = ShelterFactor[theirDanger] * OffensiveTable[Us][std::min(attackSum, MaxAttackSum) + 8] / 16;
-  return Us == White ? v : -v;
+  const int v = ShelterFactor[KingDanger[!Us]] * OffensiveTable[Us][std::min(attackSum, MaxAttackSum) + 8] / 16;
+  return ColourSign[Us] * v;
 }
 
 // Endgame king placement, White's view, by the wings that hold pawns.

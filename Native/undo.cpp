@@ -4,7 +4,7 @@
 template <int Us>
 void UndoMove(Move move, int ply) {
   constexpr int Them = 1 - Us;
-  constexpr int Forward = Us == White ? 8 : -8;
+  constexpr int Forward = PawnStep[Us];
   const int from = MoveFrom(move), to = MoveTo(move), piece = MovePiece(move);
   const int captured = MoveCaptured(move), promotion = MovePromotion(move);
 

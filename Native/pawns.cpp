@@ -36,6 +36,12 @@ constexpr int OpenFileShelter[4] = {0, 8, 13, 16};
 constexpr int HalfOpenFileShelter[4] = {0, 3, 7, 9};
 constexpr int PawnAdvanceShelter[8] = {0, 1, 2, 3, 4, 5, 6, 7};
 
+// Structure penalties per pawn; an isolated pawn that is also doubled pays
+// the isolation twice.
+constexpr int IsolatedPawnPenalty = 6;
+constexpr int DoubledPawnPenalty = 10;
+constexpr int BackwardPawnPenalty = 10;
+
 constexpr int PawnEndingScore = 600;
 
 PawnEntry FallbackPawnTable[FallbackPawnHashSlots];
@@ -56,13 +62,13 @@ int ScorePawnsOf(PawnEntry &entry) {
     const bool connected = (behind[p] | behind[p + Up]) & ours;
     v += PawnSquareTables[Us][p];
     if (DarkSquares & SetMask[p]) ++facts.darkPawns; else ++facts.lightPawns;
-    if (!(ours & AdjacentFiles[p])) v -= doubled ? 12 : 6;
-    if (doubled) v -= 10;
+    if (!(ours & AdjacentFiles[p])) v -= doubled ? 2 * IsolatedPawnPenalty : IsolatedPawnPenalty;
+    if (doubled) v -= DoubledPawnPenalty;
     if (connected) v += ConnectedPawnBonus[r];
     if (!(theirs & FileMask[f]) && !(behind[p] & ours)) {
       const int besides = PopCount(ours & behind[p + Up]);
       const int stoppers = PopCount(PawnAttacks[Us][p + Up] & theirs);
-      if (stoppers > besides) v -= 10;
+      if (stoppers > besides) v -= BackwardPawnPenalty;
     }
     if (!(theirs & PassedMask[Us][p])) {
       v += PassedPawnBonus[r];

@@ -140,9 +140,48 @@ constexpr int ShelterFactor[64] = {
     27, 27, 27, 27, 27, 27, 27, 27,  //
 };
 
+// Lazy exits: how far outside the window a partial value may stand.
+constexpr int LazyMarginMaterial = 500;
+constexpr int LazyMarginPawns = 150;
+constexpr int LazyMarginPositional = 100;
+
+// Phases by piece units: win chances are asked below the first, the
+// endgame begins below the second for either side.
+constexpr int WinChanceUnits = 9;
+constexpr int EndgameUnits = 15;
+
+// King danger and development.
+constexpr int OpenCentreDanger[3] = {2, 4, 2};  // open files beside, at and beyond the king's file
+constexpr int MissingFianchettoDanger = 3;
+constexpr int EarlyQueenPenalty = 15;
+constexpr int LostCastlingPenalty = 35;
+
+// Knights and bishops.
+constexpr int CentreBlockBonus = 12;
+constexpr int LoneBishopPawnPenalty = 4;  // per own pawn on the bishop's colour
 constexpr int TrappedBishopPenalty = 175;
+constexpr int FianchettoBonus = 10;
+
+// Rooks.
+constexpr int RookBehindPasser = 40;  // either colour's passer, seen along its path
+constexpr int RookInFrontOfPasser = -20;
+constexpr int RookOpenFileBonus = 24;
+constexpr int RookCutOffPenalty = 12;  // no open file within reach on its rank
+constexpr int RookHalfOpenFileBonus = 5;
+constexpr int RookSeventhBonus = 30;
+constexpr int RookSeventhDoubledBonus = 16;
+
+// Queens.
+constexpr int QueenSeventhBonus = 10;
+constexpr int WeakerKingMargin = 4;
+constexpr int WeakerKingBonus = 30;
+constexpr int FarQueenAttackPenalty = 8;  // also the floor it lowers the attack sum to
+
+// Attack term and scaling.
 // The attacking tables end at attack sum 119 (index 127).
 constexpr int MaxAttackSum = 119;
+constexpr int OppositeBishopsUnits = 12;  // scaling only below this for both sides
+constexpr int ClearMaterialLead = 201;     // from this lead on, opposite bishops halve
 
 // The files (as a byte) of a set of squares on rank r.
 unsigned FilesOnRank(Bitboard squares, int r) { return unsigned(squares >> (8 * r)) & 255; }
@@ -170,17 +209,21 @@ int KingDangerOf(const PawnEntry &entry) {
   const bool movedA = MoveCounter[Relative<Us>(A1)], movedH = MoveCounter[Relative<Us>(H1)];
   int danger = KingDangerTables[Us][king];
   if (MoveCounter[Relative<Us>(E1)] == 0 && !(movedA && movedH)) {
-    danger += 2 * open(3) + 4 * open(4) + 2 * open(5);
+    danger += OpenCentreDanger[0] * open(3) + OpenCentreDanger[1] * open(4) + OpenCentreDanger[2] * open(5);
     if (movedA && !movedH) danger += shelterKingSide / 2;
     else if (!movedA && movedH) danger += shelterQueenSide / 2;
   } else if (File(king) <= 3) {
     danger += shelterQueenSide;
-    if (File(king) == 3) danger += 2 * open(2) + 4 * open(3) + 2 * open(4);
-    if (Board[Relative<Us>(B2)] != PieceCode<Us>(Pawn) && them.queens && attacker(Board[Relative<Us>(C3)])) danger += 3;
+    if (File(king) == 3)
+      danger += OpenCentreDanger[0] * open(2) + OpenCentreDanger[1] * open(3) + OpenCentreDanger[2] * open(4);
+    if (Board[Relative<Us>(B2)] != PieceCode<Us>(Pawn) && them.queens && attacker(Board[Relative<Us>(C3)]))
+      danger += MissingFianchettoDanger;
   } else {
     danger += shelterKingSide;
-    if (File(king) == 4) danger += 2 * open(3) + 4 * open(4) + 2 * open(5);
-    if (Board[Relative<Us>(G2)] != PieceCode<Us>(Pawn) && them.queens && attacker(Board[Relative<Us>(F3)])) danger += 3;
+    if (File(king) == 4)
+      danger += OpenCentreDanger[0] * open(3) + OpenCentreDanger[1] * open(4) + OpenCentreDanger[2] * open(5);
+    if (Board[Relative<Us>(G2)] != PieceCode<Us>(Pawn) && them.queens && attacker(Board[Relative<Us>(F3)]))
+      danger += MissingFianchettoDanger;
   }
   return danger;
 }
@@ -189,9 +232,9 @@ int KingDangerOf(const PawnEntry &entry) {
 template <int Us>
 int DevelopmentOf() {
   const SideRecord &us = SideOf<Us>();
-  int v = -15 * PopCount(us.queens & ClearMask[Relative<Us>(D1)]);
+  int v = -EarlyQueenPenalty * PopCount(us.queens & ClearMask[Relative<Us>(D1)]);
   const bool movedA = MoveCounter[Relative<Us>(A1)], movedH = MoveCounter[Relative<Us>(H1)];
-  if (!us.castled && (MoveCounter[Relative<Us>(E1)] || (movedA && movedH))) v -= 35;
+  if (!us.castled && (MoveCounter[Relative<Us>(E1)] || (movedA && movedH))) v -= LostCastlingPenalty;
   return v;
 }
 
@@ -211,7 +254,7 @@ int KnightTerms(int &attackSum) {
         if (!them.knights && !(them.bishops & SquaresOfColour(s))) v += outpost;
         else v += PopCount(guards) == 2 ? outpost : outpost / 2;
       }
-      if (BlocksCentrePawn<Us>(s)) v += 12;
+      if (BlocksCentrePawn<Us>(s)) v += CentreBlockBonus;
     }
     attackSum += KnightTropism[Distance[s][them.kingSquare]];
   }
@@ -230,7 +273,7 @@ int BishopTerms(int &attackSum) {
     const int mobility = int(DiagMobility[s][(RotatedDiag >> ShiftDiag[s]) & 255] +
                              AntiDiagMobility[s][(RotatedAntiDiag >> ShiftAntiDiag[s]) & 255]);
     v += BishopTables[Us][s] + BishopMobility[mobility];
-    if (BlocksCentrePawn<Us>(s)) v += 12;
+    if (BlocksCentrePawn<Us>(s)) v += CentreBlockBonus;
     attackSum += BishopTropism[Distance[s][theirKing]];
   }
   return ColourSign[Us] * v;
@@ -246,7 +289,7 @@ int BishopSetTerms(const PawnEntry &entry, bool endgame) {
   if (PopCount(us.bishops) == 1) {
     const bool dark = us.bishops & DarkSquares;
     const int blockers = dark ? entry.facts[Us].darkPawns : entry.facts[Us].lightPawns;
-    v -= 4 * blockers;
+    v -= LoneBishopPawnPenalty * blockers;
   } else {
     v += BishopPairBonus[std::min(us.pawnCount, 8)];
   }
@@ -262,10 +305,10 @@ int BishopSetTerms(const PawnEntry &entry, bool endgame) {
     const int g2 = Relative<Us>(G2), b2 = Relative<Us>(B2);
     if (File(king) >= 5 && Board[g2] != PieceCode<Us>(Pawn) && Board[Relative<Us>(G3)] == PieceCode<Us>(Pawn) &&
         Distance[king][g2] == 1 && (us.bishops & CornerH[Us]))
-      v += 10;
+      v += FianchettoBonus;
     else if (File(king) <= 2 && Board[b2] != PieceCode<Us>(Pawn) && Board[Relative<Us>(B3)] == PieceCode<Us>(Pawn) &&
              Distance[king][b2] == 1 && (us.bishops & CornerA[Us]))
-      v += 10;
+      v += FianchettoBonus;
   }
   return ColourSign[Us] * v;
 }
@@ -298,19 +341,20 @@ int RookTerms(const PawnEntry &entry, int &attackSum) {
     const Bitboard ourFilePawns = us.pawns & FileMask[f], theirFilePawns = them.pawns & FileMask[f];
     if ((ourPassed >> f & 1) && ourFilePawns) {
       const int p = MostAdvanced<Us>(ourFilePawns);
-      if (Behind<Us>(p, s)) v -= 20;
-      else if (!Owns<!Us>(Board[p + Up])) v += 40;
+      if (Behind<Us>(p, s)) v += RookInFrontOfPasser;
+      else if (!Owns<!Us>(Board[p + Up])) v += RookBehindPasser;
     }
-    if ((theirPassed >> f & 1) && theirFilePawns) v += Behind<Us>(MostAdvanced<!Us>(theirFilePawns), s) ? 40 : -20;
+    if ((theirPassed >> f & 1) && theirFilePawns)
+      v += Behind<Us>(MostAdvanced<!Us>(theirFilePawns), s) ? RookBehindPasser : RookInFrontOfPasser;
     if (entry.openFiles >> f & 1) {
-      v += 24;
+      v += RookOpenFileBonus;
     } else {
-      if (entry.openFiles && !(FilesOnRank(RankAttacksOf(s), Rank(s)) & entry.openFiles)) v -= 12;
-      if (!ourFilePawns) v += 5;
+      if (entry.openFiles && !(FilesOnRank(RankAttacksOf(s), Rank(s)) & entry.openFiles)) v -= RookCutOffPenalty;
+      if (!ourFilePawns) v += RookHalfOpenFileBonus;
     }
     if (RelativeRank<Us>(s) == 6 && SeventhRankMatters<Us>()) {
-      v += 30;
-      if (RankAttacksOf(s) & (us.rooks | us.queens)) v += 16;
+      v += RookSeventhBonus;
+      if (RankAttacksOf(s) & (us.rooks | us.queens)) v += RookSeventhDoubledBonus;
     }
     const int d = FileTropismDistance<Us>(s, them.kingSquare);
     attackSum += std::max(RookFileTropism[d], RookTropism[Distance[s][them.kingSquare]]);
@@ -329,13 +373,13 @@ int QueenTerms(int &attackSum) {
   for (Bitboard set = us.queens; set; set &= set - 1) {
     const int s = LowestSquare(set);
     v += QueenTables[Us][s];
-    if (RelativeRank<Us>(s) == 6 && SeventhRankMatters<Us>() && (RankAttacksOf(s) & us.rooks)) v += 10;
-    if (theirDanger > ourDanger + 4) v += 30;
+    if (RelativeRank<Us>(s) == 6 && SeventhRankMatters<Us>() && (RankAttacksOf(s) & us.rooks)) v += QueenSeventhBonus;
+    if (theirDanger > ourDanger + WeakerKingMargin) v += WeakerKingBonus;
     const int d = FileTropismDistance<Us>(s, theirKing);
     attackSum += std::max(QueenFileTropism[d], QueenTropism[Distance[s][theirKing]]);
     if (us.pawnCount > 4) {
       const bool farWings = (File(s) <= 1 && File(theirKing) >= 5) || (File(s) >= 6 && File(theirKing) <= 2);
-      if (farWings) attackSum = std::max(attackSum - 8, -8);
+      if (farWings) attackSum = std::max(attackSum - FarQueenAttackPenalty, -FarQueenAttackPenalty);
     }
   }
   return ColourSign[Us] * v;
@@ -384,10 +428,10 @@ bool OppositeBishops() {
 int ScaleOppositeBishops(int v, bool &alone) {
   const SideRecord &w = WhiteSide, &b = BlackSide;
   alone = false;
-  if (w.pieceUnits >= 12 || b.pieceUnits >= 12 || !OppositeBishops()) return v;
+  if (w.pieceUnits >= OppositeBishopsUnits || b.pieceUnits >= OppositeBishopsUnits || !OppositeBishops()) return v;
   const int d = w.material - b.material;
   const bool bishopsAlone = w.pieceUnits == 3 && b.pieceUnits == 3;
-  if (d >= 201 || d <= -201) {
+  if (d >= ClearMaterialLead || d <= -ClearMaterialLead) {
     alone = bishopsAlone;
     if (bishopsAlone) return v / 2;
     // Other pieces beside: only the positional part is halved.
@@ -396,98 +440,78 @@ int ScaleOppositeBishops(int v, bool &alone) {
   return bishopsAlone ? v / 4 : v;
 }
 
-// The whole evaluation; the traced twin also records every term.
-template <bool Traced>
-int EvaluateTerms(int side, int lower, int upper, int ply, EvalTrace *trace) {
+// 1 when v lies more than margin outside the window (lower, upper).
+bool OutsideWindow(int v, int lower, int upper, int margin) { return v < lower - margin || v > upper + margin; }
+
+// The whole evaluation, term by term into t (White's view); the value is
+// the running sum of the terms reached. The search and the breakdown of a
+// position both come through here.
+int EvaluateTerms(int side, int lower, int upper, int ply, EvalTrace &t) {
   const SideRecord &w = WhiteSide, &b = BlackSide;
-  int attackSum[2] = {0, 0};
-  int winMask = 3;
-  WhiteKingDanger = BlackKingDanger = 0;
-  if (w.pieceUnits < 9 && b.pieceUnits < 9) winMask = WinChances(side);
-  if constexpr (Traced) trace->winMask = winMask;
-  auto finish = [=](int v, int exit) {
-    if constexpr (Traced) {
-      trace->exit = exit;
-      trace->result = v;
-    }
+  auto finish = [&t](int v, int exit) {
+    t.exit = exit;
+    t.result = v;
     return v;
   };
-  if (winMask == 0) return finish(DrawValue[White], EvalExitDrawn);
+  KingDanger[White] = KingDanger[Black] = 0;
+  t.winMask = w.pieceUnits < WinChanceUnits && b.pieceUnits < WinChanceUnits ? WinChances(side) : 3;
+  const bool canExitEarly = t.winMask == 3;
+  if (t.winMask == 0) return finish(DrawValue[White], EvalExitDrawn);
 
-  int v = MaterialBalance();
-  if constexpr (Traced) trace->material = v;
-  if (winMask == 3 && (v < lower - 500 || v > upper + 500)) return finish(v, EvalExitMaterial);
+  // Material, and the ending without pawns.
+  t.material = MaterialBalance();
+  int v = t.material;
+  if (canExitEarly && OutsideWindow(v, lower, upper, LazyMarginMaterial)) return finish(v, EvalExitMaterial);
   if (!w.pawns && !b.pawns) {
-    const int ending = PawnlessEnding();
-    if constexpr (Traced) {
-      trace->pawnlessEnding = ending;
-      trace->clamp = ClampByWinChances(v + ending, winMask) - (v + ending);
-    }
-    return finish(ClampByWinChances(v + ending, winMask), EvalExitPawnless);
+    t.pawnlessEnding = PawnlessEnding();
+    v += t.pawnlessEnding;
+    const int clamped = ClampByWinChances(v, t.winMask);
+    t.clamp = clamped - v;
+    return finish(clamped, EvalExitPawnless);
   }
 
-  const int pawns = EvaluatePawns(side, ply);
+  // Pawns.
+  t.pawns = EvaluatePawns(side, ply);
   const PawnEntry &entry = *CurrentPawnEntry;
-  v += pawns;
-  if constexpr (Traced) {
-    trace->pawns = pawns;
-    trace->pawnStructure = entry.pawnScore;
-  }
-  if (winMask == 3 && (v < lower - 150 || v > upper + 150)) return finish(v, EvalExitPawns);
+  t.pawnStructure = entry.pawnScore;
+  v += t.pawns;
+  if (canExitEarly && OutsideWindow(v, lower, upper, LazyMarginPawns)) return finish(v, EvalExitPawns);
 
-  const bool endgame = w.pieceUnits < 15 || b.pieceUnits < 15;
-  if (!endgame) {
-    const int safety = KingSafety();
-    v += safety;
-    if constexpr (Traced) trace->kingSafety = safety;
-  }
-  if (GamePhase == 0) {
-    const int development = Development();
-    v += development;
-    if constexpr (Traced) trace->development = development;
-  }
-  if (endgame) {
-    const int placement = KingPlacement();
-    v += placement;
-    if constexpr (Traced) trace->kingPlacement = placement;
-  }
-  if constexpr (Traced) {
-    trace->kingDanger[White] = WhiteKingDanger;
-    trace->kingDanger[Black] = BlackKingDanger;
-  }
-  if (winMask == 3 && (v < lower - 100 || v > upper + 100)) return finish(v, EvalExitPositional);
+  // Kings: safety, development in the opening, placement in the endgame.
+  const bool endgame = w.pieceUnits < EndgameUnits || b.pieceUnits < EndgameUnits;
+  if (!endgame) v += t.kingSafety = KingSafety();
+  if (GamePhase == 0) v += t.development = Development();
+  if (endgame) v += t.kingPlacement = KingPlacement();
+  t.kingDanger[White] = KingDanger[White];
+  t.kingDanger[Black] = KingDanger[Black];
+  if (canExitEarly && OutsideWindow(v, lower, upper, LazyMarginPositional)) return finish(v, EvalExitPositional);
 
-  // The queens' floor on the attack sums makes this order part of the result.
-  const int pieces[10] = {
-      KnightTerms<White>(attackSum[White]),   KnightTerms<Black>(attackSum[Black]),
-      BishopTerms<White>(attackSum[White]),   BishopSetTerms<White>(entry, endgame),
-      BishopTerms<Black>(attackSum[Black]),   BishopSetTerms<Black>(entry, endgame),
-      RookTerms<White>(entry, attackSum[White]), RookTerms<Black>(entry, attackSum[Black]),
-      QueenTerms<White>(attackSum[White]),    QueenTerms<Black>(attackSum[Black]),
-  };
-  for (int term : pieces) v += term;
-  const int attack[2] = {AttackTerm<Black>(attackSum[Black]), AttackTerm<White>(attackSum[White])};
-  v += attack[White] + attack[Black];
-  if constexpr (Traced) {
-    trace->knights[White] = pieces[0], trace->knights[Black] = pieces[1];
-    trace->bishops[White] = pieces[2], trace->bishopSet[White] = pieces[3];
-    trace->bishops[Black] = pieces[4], trace->bishopSet[Black] = pieces[5];
-    trace->rooks[White] = pieces[6], trace->rooks[Black] = pieces[7];
-    trace->queens[White] = pieces[8], trace->queens[Black] = pieces[9];
-    for (int c : {White, Black}) {
-      trace->attackSum[c] = attackSum[c];
-      trace->attack[c] = attack[c];
-    }
-    trace->beforeScaling = v;
-  }
+  // Pieces. The queens' floor on the attack sums makes this order part
+  // of the result.
+  int *sum = t.attackSum;
+  sum[White] = sum[Black] = 0;
+  t.knights[White] = KnightTerms<White>(sum[White]);
+  t.knights[Black] = KnightTerms<Black>(sum[Black]);
+  t.bishops[White] = BishopTerms<White>(sum[White]);
+  t.bishopSet[White] = BishopSetTerms<White>(entry, endgame);
+  t.bishops[Black] = BishopTerms<Black>(sum[Black]);
+  t.bishopSet[Black] = BishopSetTerms<Black>(entry, endgame);
+  t.rooks[White] = RookTerms<White>(entry, sum[White]);
+  t.rooks[Black] = RookTerms<Black>(entry, sum[Black]);
+  t.queens[White] = QueenTerms<White>(sum[White]);
+  t.queens[Black] = QueenTerms<Black>(sum[Black]);
+  t.attack[Black] = AttackTerm<Black>(sum[Black]);
+  t.attack[White] = AttackTerm<White>(sum[White]);
+  for (int c : {White, Black})
+    v += t.knights[c] + t.bishops[c] + t.bishopSet[c] + t.rooks[c] + t.queens[c] + t.attack[c];
+  t.beforeScaling = v;
 
+  // Endgame knowledge: opposite bishops, then who can still win.
   bool bishopsAlone;
   const int scaled = ScaleOppositeBishops(v, bishopsAlone);
-  const int result = ClampByWinChances(scaled, winMask);
-  if constexpr (Traced) {
-    trace->oppositeBishops = scaled - v;
-    trace->clamp = result - scaled;
-  }
+  const int result = ClampByWinChances(scaled, t.winMask);
+  t.oppositeBishops = scaled - v;
+  t.clamp = result - scaled;
   return finish(result, bishopsAlone ? EvalExitBishops : EvalExitFull);
 }
 
@@ -509,13 +533,14 @@ void InitEvaluationTables() {
 // Static value of the position, White's view, within the window
 // (lower, upper) given in White's view.
 int Evaluate(int side, int lower, int upper, int ply) {
-  return EvaluateTerms<false>(side, lower, upper, ply, nullptr);
+  EvalTrace unread;
+  return EvaluateTerms(side, lower, upper, ply, unread);
 }
 
 // Evaluate, recording every term in trace.
 int EvaluateTraced(int side, int lower, int upper, int ply, EvalTrace &trace) {
   trace = EvalTrace{};
-  return EvaluateTerms<true>(side, lower, upper, ply, &trace);
+  return EvaluateTerms(side, lower, upper, ply, trace);
 }
 
 // Both kings' danger values (also stored) and the safety difference,

@@ -1,5 +1,5 @@
 // Generation of all moves and of non-captures, the legal root list, and the
-// side-relative helpers that every generator shares.
+// generator core and castling test that every generator shares.
 #pragma once
 
 #include "attacks.h"

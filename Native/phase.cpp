@@ -55,6 +55,11 @@ constexpr int PawnlessKingTable[64] = {
     100, 96, 93, 90, 90, 93, 96, 100,  // 1
 };
 
+// Without pawns the stronger king is drawn towards the weaker: this much per
+// step closer than three.
+constexpr int KingProximityWeight = 15;
+constexpr int KingProximityBase = 3;
+
 // Bare king against bishop and knight: 100 in the corners of the bishop's
 // colour, 30 along the long diagonal of the other colour.
 constexpr int CornerTableDark(int s) { return 30 + 10 * Absolute(7 - File(s) - Rank(s)); }
@@ -147,8 +152,9 @@ int PawnlessEnding() {
   if (w.pieceUnits == 0 && b.pieceUnits == 6 && b.bishops && b.knights)
     return -((b.bishops & DarkSquares) ? CornerTableDark(w.kingSquare) : CornerTableLight(w.kingSquare));
   const int kingDistance = Distance[w.kingSquare][b.kingSquare];
-  if (w.material > b.material) return PawnlessKingTable[Printed(b.kingSquare)] - 15 * (kingDistance - 3);
-  if (b.material > w.material) return -PawnlessKingTable[Printed(w.kingSquare)] + 15 * (kingDistance - 3);
+  const int proximity = KingProximityWeight * (kingDistance - KingProximityBase);
+  if (w.material > b.material) return PawnlessKingTable[Printed(b.kingSquare)] - proximity;
+  if (b.material > w.material) return -PawnlessKingTable[Printed(w.kingSquare)] + proximity;
   return 0;
 }
 

@@ -5,8 +5,7 @@
 
 alignas(64) Bitboard KnightAttacks[64];
 alignas(64) Bitboard KingAttacks[64];
-alignas(64) Bitboard WhitePawnAttacks[64];
-alignas(64) Bitboard BlackPawnAttacks[64];
+alignas(64) Bitboard PawnAttacks[2][64];
 
 int32_t ShiftRank[64];
 int32_t ShiftFile[64];
@@ -30,22 +29,17 @@ Bitboard RaySouthEast[64];
 Bitboard RaySouthWest[64];
 
 Bitboard AdjacentFiles[64];
-Bitboard WhitePassedMask[64];
-Bitboard BlackPassedMask[64];
-Bitboard AdjacentFilesBelow[64];
-Bitboard AdjacentFilesAbove[64];
+Bitboard PassedMask[2][64];
+Bitboard AdjacentFilesAhead[2][64];
 
 Bitboard InterposeMask[64][64];
 
-Bitboard SquaresA2H2;
-Bitboard SquaresA7H7;
 Bitboard QueenSideFiles;
 Bitboard KingSideFiles;
 Bitboard FilesBToG;
-Bitboard CornerA1;
-Bitboard CornerH1;
-Bitboard CornerA8;
-Bitboard CornerH8;
+Bitboard BishopTrapSquares[2];
+Bitboard CornerA[2];
+Bitboard CornerH[2];
 
 namespace {
 

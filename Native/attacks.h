@@ -6,8 +6,10 @@
 // Leaper tables.
 extern Bitboard KnightAttacks[64];
 extern Bitboard KingAttacks[64];
-extern Bitboard WhitePawnAttacks[64];
-extern Bitboard BlackPawnAttacks[64];
+// The squares a pawn of each colour [side] attacks.
+extern Bitboard PawnAttacks[2][64];
+inline constexpr Bitboard (&WhitePawnAttacks)[64] = PawnAttacks[White];
+inline constexpr Bitboard (&BlackPawnAttacks)[64] = PawnAttacks[Black];
 
 // Bit position of the byte holding a square's line in each occupancy board.
 extern int32_t ShiftRank[64];
@@ -33,26 +35,37 @@ extern Bitboard RayNorthWest[64];
 extern Bitboard RaySouthEast[64];
 extern Bitboard RaySouthWest[64];
 
-// Pawn-structure masks.
+// The rays towards each colour's [side] promotion rank.
+constexpr const Bitboard *RayForward[2] = {RaySouth, RayNorth};
+
+// Pawn-structure masks; per colour [side], ahead is towards its promotion
+// rank: the squares ahead on the three files, and on the two adjacent files.
 extern Bitboard AdjacentFiles[64];
-extern Bitboard WhitePassedMask[64];
-extern Bitboard BlackPassedMask[64];
-extern Bitboard AdjacentFilesBelow[64];
-extern Bitboard AdjacentFilesAbove[64];
+extern Bitboard PassedMask[2][64];
+extern Bitboard AdjacentFilesAhead[2][64];
+inline constexpr Bitboard (&WhitePassedMask)[64] = PassedMask[White];
+inline constexpr Bitboard (&BlackPassedMask)[64] = PassedMask[Black];
+inline constexpr Bitboard (&AdjacentFilesAbove)[64] = AdjacentFilesAhead[White];
+inline constexpr Bitboard (&AdjacentFilesBelow)[64] = AdjacentFilesAhead[Black];
 
 // Check-blocking squares: between king a and checker b, plus b.
 extern Bitboard InterposeMask[64][64];
 
-// Fixed masks of the evaluation.
-extern Bitboard SquaresA2H2;
-extern Bitboard SquaresA7H7;
+// Fixed masks of the evaluation. Per colour [side]: the squares where its
+// bishop is trapped (a7, h7 for White), and its fianchetto corners on the
+// a-side (a1, c1, b2) and on the h-side (f1, h1, g2).
 extern Bitboard QueenSideFiles;
 extern Bitboard KingSideFiles;
 extern Bitboard FilesBToG;
-extern Bitboard CornerA1;
-extern Bitboard CornerH1;
-extern Bitboard CornerA8;
-extern Bitboard CornerH8;
+extern Bitboard BishopTrapSquares[2];
+extern Bitboard CornerA[2];
+extern Bitboard CornerH[2];
+inline constexpr Bitboard &SquaresA7H7 = BishopTrapSquares[White];
+inline constexpr Bitboard &SquaresA2H2 = BishopTrapSquares[Black];
+inline constexpr Bitboard &CornerA1 = CornerA[White];
+inline constexpr Bitboard &CornerH1 = CornerH[White];
+inline constexpr Bitboard &CornerA8 = CornerA[Black];
+inline constexpr Bitboard &CornerH8 = CornerH[Black];
 
 // Piece values by kind, and by the signed code on the board.
 constexpr int PieceValue[7] = {0, 100, 300, 300, 500, 900, 3000};
@@ -78,9 +91,7 @@ inline Bitboard QueenAttacksOf(int s) { return BishopAttacksOf(s) | RookAttacksO
 
 // The pawn table that finds the pawns of colour Us attacking a square.
 template <int Us>
-inline const Bitboard *PawnAttackersTable() {
-  if constexpr (Us == White) return BlackPawnAttacks; else return WhitePawnAttacks;
-}
+inline const Bitboard *PawnAttackersTable() { return PawnAttacks[!Us]; }
 
 // 1 when colour Us attacks square s.
 template <int Us>

@@ -50,8 +50,6 @@ const char StartFen[] = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -";
 
 namespace {
 
-int Absolute(int x) { return x < 0 ? -x : x; }
-
 constexpr bool IsSeparator(char c) {
   return c == ',' || c == ';' || c == '=' || c == '+' || c == '/' || c == ' ';
 }
@@ -283,20 +281,8 @@ void DerivePositionState() {
     int piece = Board[s];
     if (!piece) continue;
     int colour = piece > 0 ? White : Black, kind = Absolute(piece);
-    SideRecord &side = SideOf(colour);
-    side.occupied |= SetMask[s];
-    SetRotated(s);
+    if (colour == White) PutPiece<White>(kind, s); else PutPiece<Black>(kind, s);
     if (kind == Pawn) pawnKey ^= KeyTable[colour][kind][s]; else pieceKey ^= KeyTable[colour][kind][s];
-    if (kind == King) {
-      side.kingSquare = s;
-      continue;
-    }
-    KindSet(side, kind) |= SetMask[s];
-    side.material += PieceValue[kind];
-    side.pawnCount += kind == Pawn;
-    side.pieceUnits += UnitsOf[kind];
-    side.minorCount += MinorOf[kind];
-    side.majorWeight += MajorOf[kind];
   }
   Ply[1].pawnKey = pawnKey;
   Ply[1].pieceKey = pieceKey;

@@ -10,6 +10,15 @@
 constexpr int White = 1;
 constexpr int Black = 0;
 
+// Side-relative constants by colour [side]: the sign of its pieces' codes
+// and scores, its pawns' forward step, and what turns its squares into
+// White's view (Black's are mirrored by rank, a1 <-> a8).
+constexpr int ColourSign[2] = {-1, 1};
+constexpr int PawnStep[2] = {-8, 8};
+constexpr int RankMirror[2] = {56, 0};
+
+constexpr int Absolute(int x) { return x < 0 ? -x : x; }
+
 // Piece kinds; Black's pieces are the negative codes on the board.
 enum : int { Empty = 0, Pawn = 1, Knight = 2, Bishop = 3, Rook = 4, Queen = 5, King = 6 };
 
@@ -68,7 +77,9 @@ struct SideRecord {
   bool operator==(const SideRecord &) const = default;
 };
 
-// Counter weights of each kind (none, pawn .. king) in a side record.
+// What one piece of each kind (none, pawn .. king) adds to its side's
+// counters; the king adds nothing.
+constexpr int MaterialOf[7] = {0, 100, 300, 300, 500, 900, 0};
 constexpr int UnitsOf[7] = {0, 0, 3, 3, 5, 9, 0};
 constexpr int MinorOf[7] = {0, 0, 1, 1, 0, 0, 0};
 constexpr int MajorOf[7] = {0, 0, 0, 0, 1, 2, 0};
@@ -88,6 +99,14 @@ inline SideRecord &SideOf() {
   if constexpr (Us == White) return WhiteSide; else return BlackSide;
 }
 inline SideRecord &SideOf(int side) { return side ? WhiteSide : BlackSide; }
+
+// The Board code of colour Us's piece of a kind.
+template <int Us>
+constexpr int PieceCode(int kind) { return ColourSign[Us] * kind; }
+
+// 1 when the Board code belongs to colour Us.
+template <int Us>
+constexpr bool Owns(int code) { return ColourSign[Us] * code > 0; }
 
 // The bitboard of a piece kind (pawn .. queen) in a side record.
 inline Bitboard &KindSet(SideRecord &side, int kind) {
@@ -156,13 +175,43 @@ extern Bitboard Between[64][64];
 extern uint8_t Distance[64][64];
 extern uint8_t FileDistance[64][64];
 
+// Square s as colour Us sees it: White's squares stay, Black's are
+// mirrored by rank. Relative<Us>(E1) is Us's king home.
+template <int Us>
+constexpr int Relative(int s) { return s ^ RankMirror[Us]; }
+
+// Index of square s in a table printed as a player reads it, rank 8 on the
+// first line.
+constexpr int Printed(int s) { return Relative<Black>(s); }
+
+// Fills both colours' rows of a square table from its printed White copy.
+inline void SplitByColour(const int (&printed)[64], int32_t (&tables)[2][64]) {
+  for (int s = 0; s < 64; ++s) {
+    tables[White][s] = printed[Printed(s)];
+    tables[Black][s] = printed[Printed(Relative<Black>(s))];
+  }
+}
+
 // Rank counted from colour Us's own side (0 = its first rank).
 template <int Us>
-constexpr int RelativeRank(int s) { return Us == White ? Rank(s) : 7 - Rank(s); }
+constexpr int RelativeRank(int s) { return Rank(Relative<Us>(s)); }
+
+// The squares of rank r counted from colour Us's side.
+template <int Us>
+inline Bitboard RelativeRankMask(int r) { return RankMask[RelativeRank<Us>(8 * r)]; }
+
+// 1 when square a lies behind square b on their file, seen by colour Us.
+template <int Us>
+constexpr bool Behind(int a, int b) { return Relative<Us>(a) < Relative<Us>(b); }
+
+// The squares of the colour (light or dark) that s belongs to.
+inline Bitboard SquaresOfColour(int s) { return (DarkSquares & SetMask[s]) ? DarkSquares : LightSquares; }
 
 // The most advanced square of colour Us in a non-empty set.
 template <int Us>
-inline int MostAdvanced(Bitboard set) { return Us == White ? HighestSquare(set) : LowestSquare(set); }
+inline int MostAdvanced(Bitboard set) {
+  if constexpr (Us == White) return HighestSquare(set); else return LowestSquare(set);
+}
 
 // Puts square s into, or takes it out of, the three rotated boards.
 inline void SetRotated(int s) {
@@ -174,6 +223,74 @@ inline void ClearRotated(int s) {
   RotatedFile &= ClearMaskFile[s];
   RotatedDiag &= ClearMaskDiag[s];
   RotatedAntiDiag &= ClearMaskAntiDiag[s];
+}
+
+// ---------------------------------------------------------------------------
+// Square changes. Every piece that enters, leaves or crosses the board goes
+// through these three, so Board, the side's bitboards, counters and king
+// square and the rotated boards cannot fall out of step.
+
+// Adds (sign 1) or takes away (sign -1) one piece of a kind in a side's counters.
+inline void CountPiece(SideRecord &side, int kind, int sign) {
+  side.material += sign * MaterialOf[kind];
+  side.pawnCount += sign * (kind == Pawn);
+  side.pieceUnits += sign * UnitsOf[kind];
+  side.minorCount += sign * MinorOf[kind];
+  side.majorWeight += sign * MajorOf[kind];
+}
+
+// Puts colour Us's piece of a kind (pawn .. king) on the empty square s.
+template <int Us>
+inline void PutPiece(int kind, int s) {
+  SideRecord &side = SideOf<Us>();
+  Board[s] = PieceCode<Us>(kind);
+  side.occupied |= SetMask[s];
+  SetRotated(s);
+  if (kind == King) {
+    side.kingSquare = s;
+    return;
+  }
+  KindSet(side, kind) |= SetMask[s];
+  CountPiece(side, kind, 1);
+}
+
+// Takes colour Us's piece of a kind (pawn .. queen) off square s.
+template <int Us>
+inline void RemovePiece(int kind, int s) {
+  SideRecord &side = SideOf<Us>();
+  Board[s] = Empty;
+  side.occupied &= ClearMask[s];
+  ClearRotated(s);
+  KindSet(side, kind) &= ClearMask[s];
+  CountPiece(side, kind, -1);
+}
+
+// Moves colour Us's piece of a kind (pawn .. king) from `from` to the empty
+// square `to`.
+template <int Us>
+inline void MovePiece(int kind, int from, int to) {
+  SideRecord &side = SideOf<Us>();
+  Board[from] = Empty;
+  Board[to] = PieceCode<Us>(kind);
+  side.occupied = (side.occupied & ClearMask[from]) | SetMask[to];
+  ClearRotated(from);
+  SetRotated(to);
+  if (kind == King) {
+    side.kingSquare = to;
+    return;
+  }
+  Bitboard &set = KindSet(side, kind);
+  set = (set & ClearMask[from]) | SetMask[to];
+}
+
+// The rook's move in a castling whose king lands on kingTo: from the h-file
+// to the f-file beside a king on the g-file, else from the a-file to the d-file.
+struct RookStep {
+  int from;
+  int to;
+};
+constexpr RookStep CastlingRook(int kingTo) {
+  return File(kingTo) == 6 ? RookStep{kingTo + 1, kingTo - 1} : RookStep{kingTo - 2, kingTo + 1};
 }
 
 // ---------------------------------------------------------------------------

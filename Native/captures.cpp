@@ -3,27 +3,16 @@
 
 #include "moves.h"
 
+// Pawn pushes here are only the queen promotions.
 template <int Us>
 void GenerateCaptures(int ply) {
-  constexpr int Them = 1 - Us;
-  constexpr Bitboard LastRank = Us == White ? 0xFF00000000000000ull : 0xFFull;
-  constexpr int Queens[1] = {Queen};
-  const SideRecord &us = SideOf<Us>(), &them = SideOf<Them>();
+  const Bitboard theirs = SideOf<1 - Us>().occupied;
   const int epSquare = Ply[ply - 1].epSquare;
-  int i = Ply[ply - 1].listEnd;
-  for (int kind = Knight; kind <= Queen; ++kind) {
-    for (Bitboard set = KindSet(SideOf<Us>(), kind); set; set &= set - 1) {
-      int s = LowestSquare(set);
-      i = EmitTargets(i, s, kind, PieceTargets(kind, s) & them.occupied);
-    }
-  }
-  i = EmitTargets(i, us.kingSquare, King, KingAttacks[us.kingSquare] & them.occupied);
-  const Bitboard empty = ~(us.occupied | them.occupied);
-  const Bitboard targets = them.occupied | (epSquare ? SetMask[epSquare] : 0);
-  i = EmitPawnMoves<Us>(i, ShiftForward<Us>(us.pawns) & empty & LastRank, StepForward<Us>, Queens, 1, 0);
-  i = EmitPawnMoves<Us>(i, ShiftTowardsA<Us>(us.pawns) & targets, StepTowardsA<Us>, Queens, 1, epSquare);
-  i = EmitPawnMoves<Us>(i, ShiftTowardsH<Us>(us.pawns) & targets, StepTowardsH<Us>, Queens, 1, epSquare);
-  Ply[ply].listEnd = i;
+  const Bitboard victims = theirs | (epSquare ? SetMask[epSquare] : 0);
+  int i = EmitPieceMoves<Us>(Ply[ply - 1].listEnd, theirs, 0);
+  i = EmitKingMoves<Us>(i, theirs, 0);
+  Ply[ply].listEnd = EmitPawnGroups<Us>(i, SideOf<Us>().pawns, RelativeRankMask<Us>(7), QueenPromotion, 0,
+                                        victims, QueenPromotion, epSquare);
 }
 
 template void GenerateCaptures<White>(int);

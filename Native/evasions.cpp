@@ -13,8 +13,7 @@ int EmitKingEvasions(int i, int lineA, int lineB) {
   for (Bitboard set = KingAttacks[k] & ~SideOf<Us>().occupied; set; set &= set - 1) {
     int to = LowestSquare(set);
     if (AttackedBy<1 - Us>(to) || Direction[k][to] == lineA || Direction[k][to] == lineB) continue;
-    int code = Board[to];
-    MoveStack[i++] = MoveWord(k, to, King, code < 0 ? -code : code);
+    MoveStack[i++] = MoveWord(k, to, King, Absolute(Board[to]));
   }
   return i;
 }
@@ -29,7 +28,6 @@ int CheckLine(int checker, int king) {
 template <int Us>
 void GenerateEvasions(int ply) {
   constexpr int Them = 1 - Us;
-  constexpr Bitboard HopRank = Us == White ? 0xFF0000ull : 0xFF0000000000ull;
   const SideRecord &us = SideOf<Us>(), &them = SideOf<Them>();
   const int k = us.kingSquare;
   const Bitboard checkers = AttackersBy<Them>(k);
@@ -47,32 +45,18 @@ void GenerateEvasions(int ply) {
   }
   const int checker = LowestSquare(checkers);
   const Bitboard target = InterposeMask[k][checker];
-  for (int kind = Knight; kind <= Queen; ++kind) {
-    for (Bitboard set = KindSet(SideOf<Us>(), kind); set; set &= set - 1) {
-      int s = LowestSquare(set);
-      if (!PinnedToKing<Us>(s)) i = EmitTargets(i, s, kind, PieceTargets(kind, s) & target);
-    }
-  }
+  i = EmitPieceMoves<Us, true>(i, target, 0);
   i = EmitKingEvasions<Us>(i, CheckLine(checker, k), CheckLine(checker, k));
-
   Bitboard pawns = 0;
   for (Bitboard set = us.pawns; set; set &= set - 1) {
     if (!PinnedToKing<Us>(LowestSquare(set))) pawns |= SetMask[LowestSquare(set)];
   }
-  const Bitboard empty = ~(us.occupied | them.occupied);
-  const Bitboard single = ShiftForward<Us>(pawns) & empty;
-  i = EmitPawnMoves<Us>(i, single & target, StepForward<Us>, AllPromotions, 4, 0);
-  i = EmitPawnMoves<Us>(i, ShiftForward<Us>(single & HopRank) & empty & target, 2 * StepForward<Us>, nullptr,
-                        0, 0);
   // En passant only when the pawn that just moved two squares is the checker.
   const int epSquare = Ply[ply - 1].epSquare;
   const bool epAllowed = epSquare && (target & SetMask[epSquare - StepForward<Us>]);
   const Bitboard victims = (them.occupied & target) | (epAllowed ? SetMask[epSquare] : 0);
-  i = EmitPawnMoves<Us>(i, ShiftTowardsA<Us>(pawns) & victims, StepTowardsA<Us>, AllPromotions, 4,
-                        epAllowed ? epSquare : 0);
-  i = EmitPawnMoves<Us>(i, ShiftTowardsH<Us>(pawns) & victims, StepTowardsH<Us>, AllPromotions, 4,
-                        epAllowed ? epSquare : 0);
-  Ply[ply].listEnd = i;
+  Ply[ply].listEnd = EmitPawnGroups<Us>(i, pawns, target, AllPromotions, target, victims, AllPromotions,
+                                        epAllowed ? epSquare : 0);
 }
 
 template void GenerateEvasions<White>(int);

@@ -6,96 +6,57 @@
 template <int Us>
 void MakeMove(Move move, int ply) {
   constexpr int Them = 1 - Us;
-  constexpr int Forward = Us == White ? 8 : -8;
-  constexpr int Sign = Us == White ? 1 : -1;
-  SideRecord &us = SideOf<Us>(), &them = SideOf<Them>();
+  constexpr int Forward = PawnStep[Us];
   PlyRecord &record = Ply[ply];
   const int from = MoveFrom(move), to = MoveTo(move), piece = MovePiece(move);
   const int captured = MoveCaptured(move), promotion = MovePromotion(move);
   uint64_t pawnKey = record.pawnKey, pieceKey = record.pieceKey;
-  bool captureDone = false;
 
   record.move = move;
-  Board[from] = Empty;
-  ClearRotated(from);
-  SetRotated(to);
-  us.occupied = (us.occupied & ClearMask[from]) | SetMask[to];
   record.epSquare = 0;
+  // The captured piece leaves first, so the mover always lands on an empty
+  // square. A king is never taken off: the search refuses such a move.
+  if (captured == Pawn) {
+    const bool enPassant = piece == Pawn && !promotion && to == Ply[ply - 1].epSquare;
+    const int square = enPassant ? to - Forward : to;
+    RemovePiece<Them>(Pawn, square);
+    pawnKey ^= KeyTable[Them][Pawn][square];
+  } else if (captured && captured != King) {
+    RemovePiece<Them>(captured, to);
+    pieceKey ^= KeyTable[Them][captured][to];
+    if (captured == Rook) MoveCounter[to]++;
+  }
 
   if (piece == Pawn) {
     pawnKey ^= KeyTable[Us][Pawn][from];
     if (promotion) {
-      us.pawns &= ClearMask[from];
-      us.pawnCount--;
+      RemovePiece<Us>(Pawn, from);
+      PutPiece<Us>(promotion, to);
       pieceKey ^= KeyTable[Us][promotion][to];
-      KindSet(us, promotion) |= SetMask[to];
-      us.pieceUnits += UnitsOf[promotion];
-      us.minorCount += MinorOf[promotion];
-      us.majorWeight += MajorOf[promotion];
-      us.material += PieceValue[promotion] - 100;
-      Board[to] = Sign * promotion;
     } else {
+      MovePiece<Us>(Pawn, from, to);
       pawnKey ^= KeyTable[Us][Pawn][to];
-      us.pawns = (us.pawns & ClearMask[from]) | SetMask[to];
-      if (to - from == 2 * Forward) {
-        const int passed = from + Forward;
-        const Bitboard *ourPawnAttacks = Us == White ? WhitePawnAttacks : BlackPawnAttacks;
-        if (ourPawnAttacks[passed] & them.pawns) {
-          record.epSquare = passed;
-          pieceKey ^= EnPassantKey[passed];
-        }
-      } else if (to == Ply[ply - 1].epSquare) {
-        const int behind = to - Forward;
-        pawnKey ^= KeyTable[Them][Pawn][behind];
-        them.pawns &= ClearMask[behind];
-        them.occupied &= ClearMask[behind];
-        ClearRotated(behind);
-        them.material -= 100;
-        them.pawnCount--;
-        Board[behind] = Empty;
-        captureDone = true;
+      // En passant is recorded only when an enemy pawn stands ready to take.
+      const int passed = from + Forward;
+      if (to - from == 2 * Forward && (PawnAttackersTable<Them>()[passed] & SideOf<Them>().pawns)) {
+        record.epSquare = passed;
+        pieceKey ^= EnPassantKey[passed];
       }
-      Board[to] = Sign * Pawn;
     }
   } else if (piece == King) {
+    MovePiece<Us>(King, from, to);
     pieceKey ^= KeyTable[Us][King][from] ^ KeyTable[Us][King][to];
     if (Distance[from][to] == 2) {
-      const int rookFrom = File(to) == 6 ? to + 1 : to - 2;
-      const int rookTo = File(to) == 6 ? to - 1 : to + 1;
-      us.castled = 1;
-      pieceKey ^= KeyTable[Us][Rook][rookFrom] ^ KeyTable[Us][Rook][rookTo];
-      us.rooks = (us.rooks & ClearMask[rookFrom]) | SetMask[rookTo];
-      us.occupied = (us.occupied & ClearMask[rookFrom]) | SetMask[rookTo];
-      ClearRotated(rookFrom);
-      SetRotated(rookTo);
-      Board[rookFrom] = Empty;
-      Board[rookTo] = Sign * Rook;
+      const RookStep rook = CastlingRook(to);
+      MovePiece<Us>(Rook, rook.from, rook.to);
+      pieceKey ^= KeyTable[Us][Rook][rook.from] ^ KeyTable[Us][Rook][rook.to];
+      SideOf<Us>().castled = 1;
     }
-    us.kingSquare = to;
-    Board[to] = Sign * King;
     MoveCounter[from]++;
   } else {
+    MovePiece<Us>(piece, from, to);
     pieceKey ^= KeyTable[Us][piece][from] ^ KeyTable[Us][piece][to];
-    Bitboard &set = KindSet(us, piece);
-    set = (set & ClearMask[from]) | SetMask[to];
-    Board[to] = Sign * piece;
     if (piece == Rook) MoveCounter[from]++;
-  }
-
-  if (captured && !captureDone && captured != King) {
-    if (captured == Pawn) {
-      pawnKey ^= KeyTable[Them][Pawn][to];
-      them.pawnCount--;
-    } else {
-      pieceKey ^= KeyTable[Them][captured][to];
-      them.pieceUnits -= UnitsOf[captured];
-      them.minorCount -= MinorOf[captured];
-      them.majorWeight -= MajorOf[captured];
-      if (captured == Rook) MoveCounter[to]++;
-    }
-    KindSet(them, captured) &= ClearMask[to];
-    them.occupied &= ClearMask[to];
-    them.material -= PieceValue[captured];
   }
 
   Ply[ply + 1].pawnKey = pawnKey;

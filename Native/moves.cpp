@@ -6,58 +6,31 @@
 
 template <int Us>
 void GenerateMoves(int ply) {
-  constexpr int Them = 1 - Us;
-  constexpr Bitboard HopRank = Us == White ? 0xFF0000ull : 0xFF0000000000ull;
-  const SideRecord &us = SideOf<Us>(), &them = SideOf<Them>();
-  const Bitboard empty = ~(us.occupied | them.occupied);
+  const Bitboard theirs = SideOf<1 - Us>().occupied, empty = ~Occupancy();
   const int epSquare = Ply[ply - 1].epSquare;
+  const Bitboard victims = theirs | (epSquare ? SetMask[epSquare] : 0);
   int i = EmitCastling<Us>(Ply[ply - 1].listEnd);
-  for (int kind = Knight; kind <= Queen; ++kind) {
-    for (Bitboard set = KindSet(SideOf<Us>(), kind); set; set &= set - 1) {
-      int s = LowestSquare(set);
-      Bitboard targets = PieceTargets(kind, s);
-      i = EmitTargets(i, s, kind, targets & them.occupied);
-      i = EmitTargets(i, s, kind, targets & empty);
-    }
-  }
-  const int k = us.kingSquare;
-  i = EmitTargets(i, k, King, KingAttacks[k] & them.occupied);
-  i = EmitTargets(i, k, King, KingAttacks[k] & empty);
-  const Bitboard single = ShiftForward<Us>(us.pawns) & empty;
-  const Bitboard targets = them.occupied | (epSquare ? SetMask[epSquare] : 0);
-  i = EmitPawnMoves<Us>(i, single, StepForward<Us>, AllPromotions, 4, 0);
-  i = EmitPawnMoves<Us>(i, ShiftForward<Us>(single & HopRank) & empty, 2 * StepForward<Us>, nullptr, 0, 0);
-  i = EmitPawnMoves<Us>(i, ShiftTowardsA<Us>(us.pawns) & targets, StepTowardsA<Us>, AllPromotions, 4, epSquare);
-  i = EmitPawnMoves<Us>(i, ShiftTowardsH<Us>(us.pawns) & targets, StepTowardsH<Us>, AllPromotions, 4, epSquare);
-  Ply[ply].listEnd = i;
+  i = EmitPieceMoves<Us>(i, theirs, empty);
+  i = EmitKingMoves<Us>(i, theirs, empty);
+  Ply[ply].listEnd = EmitPawnGroups<Us>(i, SideOf<Us>().pawns, ~Bitboard(0), AllPromotions, ~Bitboard(0), victims,
+                                        AllPromotions, epSquare);
 }
 
 void GenerateMoves(int side, int ply) {
   if (side) GenerateMoves<White>(ply); else GenerateMoves<Black>(ply);
 }
 
+// Pawn captures here are only the under-promoting ones; the rest belong to
+// the capture generator.
 template <int Us>
 void GenerateNonCaptures(int ply, int start) {
-  constexpr int Them = 1 - Us;
-  constexpr Bitboard HopRank = Us == White ? 0xFF0000ull : 0xFF0000000000ull;
-  constexpr Bitboard LastRank = Us == White ? 0xFF00000000000000ull : 0xFFull;
-  const SideRecord &us = SideOf<Us>(), &them = SideOf<Them>();
-  const Bitboard empty = ~(us.occupied | them.occupied);
+  const Bitboard empty = ~Occupancy();
+  const Bitboard lastRankVictims = SideOf<1 - Us>().occupied & RelativeRankMask<Us>(7);
   int i = EmitCastling<Us>(start);
-  for (int kind = Knight; kind <= Queen; ++kind) {
-    for (Bitboard set = KindSet(SideOf<Us>(), kind); set; set &= set - 1) {
-      int s = LowestSquare(set);
-      i = EmitTargets(i, s, kind, PieceTargets(kind, s) & empty);
-    }
-  }
-  i = EmitTargets(i, us.kingSquare, King, KingAttacks[us.kingSquare] & empty);
-  const Bitboard single = ShiftForward<Us>(us.pawns) & empty;
-  i = EmitPawnMoves<Us>(i, single, StepForward<Us>, UnderPromotions, 3, 0);
-  i = EmitPawnMoves<Us>(i, ShiftForward<Us>(single & HopRank) & empty, 2 * StepForward<Us>, nullptr, 0, 0);
-  const Bitboard victims = them.occupied & LastRank;
-  i = EmitPawnMoves<Us>(i, ShiftTowardsA<Us>(us.pawns) & victims, StepTowardsA<Us>, UnderPromotions, 3, 0);
-  i = EmitPawnMoves<Us>(i, ShiftTowardsH<Us>(us.pawns) & victims, StepTowardsH<Us>, UnderPromotions, 3, 0);
-  Ply[ply].listEnd = i;
+  i = EmitPieceMoves<Us>(i, empty, 0);
+  i = EmitKingMoves<Us>(i, empty, 0);
+  Ply[ply].listEnd = EmitPawnGroups<Us>(i, SideOf<Us>().pawns, ~Bitboard(0), UnderPromotions, ~Bitboard(0),
+                                        lastRankVictims, UnderPromotions, 0);
 }
 
 // Generates at ply 1 and removes each move that leaves the own king

@@ -148,10 +148,8 @@ Move NextEvasion(int ply) {
 
 template <int Us>
 int IsPseudoLegal(Move move, int ply) {
-  constexpr int Them = 1 - Us;
-  constexpr int Sign = Us == White ? 1 : -1;
-  constexpr int Forward = Us == White ? 8 : -8;
-  constexpr int Home = Us == White ? E1 : E8;
+  constexpr int Sign = ColourSign[Us];
+  constexpr int Forward = PawnStep[Us];
   const int from = MoveFrom(move), to = MoveTo(move), piece = MovePiece(move), captured = MoveCaptured(move);
   if (piece == 0 || Board[from] != Sign * piece) return 0;
   const bool destination = captured ? Board[to] == -Sign * captured : Board[to] == Empty;
@@ -173,13 +171,8 @@ int IsPseudoLegal(Move move, int ply) {
     case King:
       if (!destination) return 0;
       if (Distance[from][to] != 2) return 1;
-      if (MoveCounter[Home]) return 0;
-      if (File(to) == 2)
-        return !MoveCounter[Home - 4] && !Board[Home - 1] && !Board[Home - 2] && !Board[Home - 3] &&
-               !AttackedBy<Them>(Home) && !AttackedBy<Them>(Home - 1) && !AttackedBy<Them>(Home - 2);
-      if (File(to) == 6)
-        return !MoveCounter[Home + 3] && !Board[Home + 1] && !Board[Home + 2] && !AttackedBy<Them>(Home) &&
-               !AttackedBy<Them>(Home + 1) && !AttackedBy<Them>(Home + 2);
+      if (File(to) == 2) return CastlingAllowed<Us, false>();
+      if (File(to) == 6) return CastlingAllowed<Us, true>();
       return 0;
     default:
       return 0;

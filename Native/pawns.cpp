@@ -36,6 +36,12 @@ constexpr int OpenFileShelter[4] = {0, 8, 13, 16};
 constexpr int HalfOpenFileShelter[4] = {0, 3, 7, 9};
 constexpr int PawnAdvanceShelter[8] = {0, 1, 2, 3, 4, 5, 6, 7};
 
+// Structure penalties per pawn; an isolated pawn that is also doubled pays
+// the isolation twice.
+constexpr int IsolatedPawnPenalty = 6;
+constexpr int DoubledPawnPenalty = 10;
+constexpr int BackwardPawnPenalty = 10;
+
 constexpr int PawnEndingScore = 600;
 
 PawnEntry FallbackPawnTable[FallbackPawnHashSlots];
@@ -44,33 +50,29 @@ PawnEntry FallbackPawnTable[FallbackPawnHashSlots];
 // also counts their square colours and marks their passed files.
 template <int Us>
 int ScorePawnsOf(PawnEntry &entry) {
-  constexpr int Them = !Us, Up = Us == White ? 8 : -8;
+  constexpr int Them = !Us, Up = PawnStep[Us];
   const Bitboard ours = SideOf<Us>().pawns, theirs = SideOf<Them>().pawns;
   const Bitboard *behind = PawnAttackersTable<Us>();  // squares our pawns defend s from
-  const Bitboard *attacks = Us == White ? WhitePawnAttacks : BlackPawnAttacks;
-  const Bitboard *passedMask = Us == White ? WhitePassedMask : BlackPassedMask;
-  const Bitboard *rayBack = Us == White ? RaySouth : RayNorth;
-  uint8_t &dark = Us == White ? entry.whiteDarkPawns : entry.blackDarkPawns;
-  uint8_t &light = Us == White ? entry.whiteLightPawns : entry.blackLightPawns;
-  uint8_t &passedFiles = Us == White ? entry.whitePassedFiles : entry.blackPassedFiles;
+  const Bitboard *rayBack = RayForward[Them];
+  PawnFacts &facts = entry.facts[Us];
   int v = 0;
   for (Bitboard set = ours; set; set &= set - 1) {
     const int p = LowestSquare(set), f = File(p), r = RelativeRank<Us>(p);
     const bool doubled = PopCount(ours & FileMask[f]) > 1;
     const bool connected = (behind[p] | behind[p + Up]) & ours;
     v += PawnSquareTables[Us][p];
-    if (DarkSquares & SetMask[p]) ++dark; else ++light;
-    if (!(ours & AdjacentFiles[p])) v -= doubled ? 12 : 6;
-    if (doubled) v -= 10;
+    if (DarkSquares & SetMask[p]) ++facts.darkPawns; else ++facts.lightPawns;
+    if (!(ours & AdjacentFiles[p])) v -= doubled ? 2 * IsolatedPawnPenalty : IsolatedPawnPenalty;
+    if (doubled) v -= DoubledPawnPenalty;
     if (connected) v += ConnectedPawnBonus[r];
     if (!(theirs & FileMask[f]) && !(behind[p] & ours)) {
       const int besides = PopCount(ours & behind[p + Up]);
-      const int stoppers = PopCount(attacks[p + Up] & theirs);
-      if (stoppers > besides) v -= 10;
+      const int stoppers = PopCount(PawnAttacks[Us][p + Up] & theirs);
+      if (stoppers > besides) v -= BackwardPawnPenalty;
     }
-    if (!(theirs & passedMask[p])) {
+    if (!(theirs & PassedMask[Us][p])) {
       v += PassedPawnBonus[r];
-      passedFiles |= uint8_t(1 << f);
+      facts.passedFiles |= uint8_t(1 << f);
       if (ours & rayBack[p]) v -= PassedPawnBonus[r] / 2;
       if (connected) v += ProtectedPasserBonus[r];
     }
@@ -83,7 +85,7 @@ int ScorePawnsOf(PawnEntry &entry) {
 template <int Us>
 int ShelterOf(int firstFile) {
   const Bitboard ours = SideOf<Us>().pawns, theirs = SideOf<!Us>().pawns;
-  const int second = Us == White ? 8 : 48, third = Us == White ? 16 : 40;
+  const int second = Relative<Us>(A2), third = Relative<Us>(A3);
   auto held = [ours](int s) { return (ours & SetMask[s]) != 0; };
   int advance = 0, open = 0, halfOpenUs = 0, halfOpenThem = 0;
   for (int f = firstFile; f < firstFile + 3; ++f) {
@@ -108,7 +110,7 @@ int ShelterOf(int firstFile) {
 // and passers supported by their king from the side.
 template <int Us>
 int PasserTermsOf(unsigned passedFiles) {
-  constexpr int Up = Us == White ? 8 : -8;
+  constexpr int Up = PawnStep[Us];
   const SideRecord &us = SideOf<Us>();
   const int king = us.kingSquare;
   int v = 0;
@@ -128,7 +130,7 @@ template <int Us>
 int KingLeadsPawn() {
   constexpr int Them = !Us;
   const int ourKing = SideOf<Us>().kingSquare, theirKing = SideOf<Them>().kingSquare;
-  const int cornerA = Us == White ? A8 : A1, cornerH = Us == White ? H8 : H1;
+  const int cornerA = Relative<Us>(A8), cornerH = Relative<Us>(H8);
   const int kingRank = RelativeRank<Us>(ourKing);
   for (Bitboard set = SideOf<Us>().pawns; set; set &= set - 1) {
     const int p = LowestSquare(set), pawnRank = RelativeRank<Us>(p);
@@ -154,11 +156,7 @@ void InitLowestBitInByte() {
   for (int i = 1; i < 256; ++i) LowestBitInByte[i] = uint8_t(std::countr_zero(unsigned(i)));
 }
 
-// White's table as printed; Black's value on s is White's on s ^ 56.
-void InitPawnSquareTables() {
-  for (int s = 0; s < 64; ++s) PawnSquareTables[White][s] = PawnSquareTable[s ^ 56];
-  for (int s = 0; s < 64; ++s) PawnSquareTables[Black][s] = PawnSquareTables[White][s ^ 56];
-}
+void InitPawnSquareTables() { SplitByColour(PawnSquareTable, PawnSquareTables); }
 
 // Takes the cache from the heap once (a second call keeps the block) and
 // clears it; without heap memory the small static table serves.
@@ -194,10 +192,11 @@ int EvaluatePawns(int, int ply) {
   const uint64_t key = Ply[ply].pawnKey;
   CurrentPawnEntry = &PawnHashTable[key % PawnHashSize];
   int v = CurrentPawnEntry->key == key ? CurrentPawnEntry->pawnScore : ScorePawnStructure(ply);
-  v += PasserTermsOf<White>(CurrentPawnEntry->whitePassedFiles);
-  v -= PasserTermsOf<Black>(CurrentPawnEntry->blackPassedFiles);
-  if (WhiteSide.pieceUnits == 0 && CurrentPawnEntry->blackPassedFiles) return v + PawnEndingRule();
-  if (BlackSide.pieceUnits == 0 && CurrentPawnEntry->whitePassedFiles) return v + PawnEndingRule();
+  const PawnEntry &entry = *CurrentPawnEntry;
+  v += PasserTermsOf<White>(entry.whitePassedFiles());
+  v -= PasserTermsOf<Black>(entry.blackPassedFiles());
+  if (WhiteSide.pieceUnits == 0 && entry.blackPassedFiles()) return v + PawnEndingRule();
+  if (BlackSide.pieceUnits == 0 && entry.whitePassedFiles()) return v + PawnEndingRule();
   return v;
 }
 
@@ -210,10 +209,10 @@ int ScorePawnStructure(int ply) {
   const Bitboard pawns = WhiteSide.pawns | BlackSide.pawns;
   for (int f = 0; f < 8; ++f)
     if (!(pawns & FileMask[f])) entry.openFiles |= uint8_t(1 << f);
-  entry.whiteShelterKingSide = uint8_t(ShelterOf<White>(5));
-  entry.whiteShelterQueenSide = uint8_t(ShelterOf<White>(0));
-  entry.blackShelterKingSide = uint8_t(ShelterOf<Black>(5));
-  entry.blackShelterQueenSide = uint8_t(ShelterOf<Black>(0));
+  entry.facts[White].shelterKingSide = uint8_t(ShelterOf<White>(5));
+  entry.facts[White].shelterQueenSide = uint8_t(ShelterOf<White>(0));
+  entry.facts[Black].shelterKingSide = uint8_t(ShelterOf<Black>(5));
+  entry.facts[Black].shelterQueenSide = uint8_t(ShelterOf<Black>(0));
   entry.pawnScore = int16_t(v);
   entry.key = Ply[ply].pawnKey;
   return v;

@@ -5,20 +5,31 @@
 
 #include "board.h"
 
+// What the cache keeps of one colour's pawns.
+struct PawnFacts {
+  uint8_t passedFiles;       // bit f: a passed pawn on file f
+  uint8_t shelterKingSide;   // shelter weakness on files f, g, h
+  uint8_t shelterQueenSide;  // and on files a, b, c
+  uint8_t lightPawns;        // pawns on light squares
+  uint8_t darkPawns;         // and on dark squares
+};
+
 struct PawnEntry {
   uint64_t key;
-  int16_t pawnScore;
-  uint8_t openFiles;
-  uint8_t whitePassedFiles;
-  uint8_t whiteShelterKingSide;
-  uint8_t whiteShelterQueenSide;
-  uint8_t whiteLightPawns;
-  uint8_t whiteDarkPawns;
-  uint8_t blackPassedFiles;
-  uint8_t blackShelterKingSide;
-  uint8_t blackShelterQueenSide;
-  uint8_t blackLightPawns;
-  uint8_t blackDarkPawns;
+  int16_t pawnScore;  // White's view
+  uint8_t openFiles;  // bit f: no pawn on file f
+  PawnFacts facts[2];  // [side]
+  // Each colour's facts under their own names.
+  uint8_t whitePassedFiles() const { return facts[White].passedFiles; }
+  uint8_t whiteShelterKingSide() const { return facts[White].shelterKingSide; }
+  uint8_t whiteShelterQueenSide() const { return facts[White].shelterQueenSide; }
+  uint8_t whiteLightPawns() const { return facts[White].lightPawns; }
+  uint8_t whiteDarkPawns() const { return facts[White].darkPawns; }
+  uint8_t blackPassedFiles() const { return facts[Black].passedFiles; }
+  uint8_t blackShelterKingSide() const { return facts[Black].shelterKingSide; }
+  uint8_t blackShelterQueenSide() const { return facts[Black].shelterQueenSide; }
+  uint8_t blackLightPawns() const { return facts[Black].lightPawns; }
+  uint8_t blackDarkPawns() const { return facts[Black].darkPawns; }
 };
 static_assert(sizeof(PawnEntry) == 24, "200000 entries stay under 5 MB");
 

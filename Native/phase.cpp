@@ -55,10 +55,10 @@ constexpr int PawnlessKingTable[64] = {
     100, 96, 93, 90, 90, 93, 96, 100,  // 1
 };
 
-// Index of square s in a table printed with rank 8 on the first line.
-constexpr int Printed(int s) { return s ^ 56; }
-
-constexpr int Absolute(int x) { return x < 0 ? -x : x; }
+// Without pawns the stronger king is drawn towards the weaker: this much per
+// step closer than three.
+constexpr int KingProximityWeight = 15;
+constexpr int KingProximityBase = 3;
 
 // Bare king against bishop and knight: 100 in the corners of the bishop's
 // colour, 30 along the long diagonal of the other colour.
@@ -98,19 +98,17 @@ int RookPawnDraw(int side) {
   if (us.pieceUnits == 0 && aPawn && hPawn) return 0;
   if (us.bishops) {
     // The bishop that controls the a-file promotion square: a8 light, a1 dark.
-    const Bitboard aCornerColour = Us == White ? LightSquares : DarkSquares;
-    const bool bishopOnACornerColour = us.bishops & aCornerColour;
+    const bool bishopOnACornerColour = us.bishops & SquaresOfColour(Relative<Us>(A8));
     if (bishopOnACornerColour && aPawn) return 0;
     if (!bishopOnACornerColour && hPawn) return 0;
   }
   if (aPawn && hPawn) return 0;
   const int file = aPawn ? 0 : 7;
-  const int corner = Us == White ? 56 + file : file;
-  const Bitboard filePawns = us.pawns & FileMask[file];
-  const int pawn = Us == White ? HighestSquare(filePawns) : LowestSquare(filePawns);
+  const int corner = Relative<Us>(A8 + file);
+  const int pawn = MostAdvanced<Us>(us.pawns & FileMask[file]);
   const int dThem = Distance[theirKing][corner], dUs = Distance[ourKing][corner];
   const int dPawn = Distance[pawn][corner];
-  const int tempo = Us == White ? side : -side;
+  const int tempo = ColourSign[Us] * side;
   if (dThem <= 1) return 1;
   return !(dThem >= dUs - tempo || dThem > dPawn - tempo);
 }
@@ -154,8 +152,9 @@ int PawnlessEnding() {
   if (w.pieceUnits == 0 && b.pieceUnits == 6 && b.bishops && b.knights)
     return -((b.bishops & DarkSquares) ? CornerTableDark(w.kingSquare) : CornerTableLight(w.kingSquare));
   const int kingDistance = Distance[w.kingSquare][b.kingSquare];
-  if (w.material > b.material) return PawnlessKingTable[Printed(b.kingSquare)] - 15 * (kingDistance - 3);
-  if (b.material > w.material) return -PawnlessKingTable[Printed(w.kingSquare)] + 15 * (kingDistance - 3);
+  const int proximity = KingProximityWeight * (kingDistance - KingProximityBase);
+  if (w.material > b.material) return PawnlessKingTable[Printed(b.kingSquare)] - proximity;
+  if (b.material > w.material) return -PawnlessKingTable[Printed(w.kingSquare)] + proximity;
   return 0;
 }
 

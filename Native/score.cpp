@@ -9,8 +9,7 @@
 #include "pawns.h"
 #include "phase.h"
 
-int32_t WhiteKingDanger;
-int32_t BlackKingDanger;
+int32_t KingDanger[2];
 
 alignas(64) int32_t KnightTables[2][64];
 alignas(64) int32_t BishopTables[2][64];
@@ -141,34 +140,48 @@ constexpr int ShelterFactor[64] = {
     27, 27, 27, 27, 27, 27, 27, 27,  //
 };
 
+// Lazy exits: how far outside the window a partial value may stand.
+constexpr int LazyMarginMaterial = 500;
+constexpr int LazyMarginPawns = 150;
+constexpr int LazyMarginPositional = 100;
+
+// Phases by piece units: win chances are asked below the first, the
+// endgame begins below the second for either side.
+constexpr int WinChanceUnits = 9;
+constexpr int EndgameUnits = 15;
+
+// King danger and development.
+constexpr int OpenCentreDanger[3] = {2, 4, 2};  // open files beside, at and beyond the king's file
+constexpr int MissingFianchettoDanger = 3;
+constexpr int EarlyQueenPenalty = 15;
+constexpr int LostCastlingPenalty = 35;
+
+// Knights and bishops.
+constexpr int CentreBlockBonus = 12;
+constexpr int LoneBishopPawnPenalty = 4;  // per own pawn on the bishop's colour
 constexpr int TrappedBishopPenalty = 175;
+constexpr int FianchettoBonus = 10;
+
+// Rooks.
+constexpr int RookBehindPasser = 40;  // either colour's passer, seen along its path
+constexpr int RookInFrontOfPasser = -20;
+constexpr int RookOpenFileBonus = 24;
+constexpr int RookCutOffPenalty = 12;  // no open file within reach on its rank
+constexpr int RookHalfOpenFileBonus = 5;
+constexpr int RookSeventhBonus = 30;
+constexpr int RookSeventhDoubledBonus = 16;
+
+// Queens.
+constexpr int QueenSeventhBonus = 10;
+constexpr int WeakerKingMargin = 4;
+constexpr int WeakerKingBonus = 30;
+constexpr int FarQueenAttackPenalty = 8;  // also the floor it lowers the attack sum to
+
+// Attack term and scaling.
 // The attacking tables end at attack sum 119 (index 127).
 constexpr int MaxAttackSum = 119;
-
-// Copies a printed table into White's row and mirrors it into Black's.
-void SplitByColour(const int (&printed)[64], int32_t (&tables)[2][64]) {
-  for (int s = 0; s < 64; ++s) tables[White][s] = printed[s ^ 56];
-  for (int s = 0; s < 64; ++s) tables[Black][s] = tables[White][s ^ 56];
-}
-
-// Square s as seen by colour Us (White's squares stay, Black's are mirrored).
-template <int Us>
-constexpr int Relative(int s) { return Us == White ? s : s ^ 56; }
-
-// The Board code of colour Us's piece of the given kind.
-template <int Us>
-constexpr int Code(int kind) { return Us == White ? kind : -kind; }
-
-// 1 when the Board code belongs to colour Us.
-template <int Us>
-constexpr bool Owns(int code) { return Us == White ? code > 0 : code < 0; }
-
-// 1 when square a lies behind square b on their file, seen by colour Us.
-template <int Us>
-constexpr bool Behind(int a, int b) { return Us == White ? a < b : a > b; }
-
-// The squares of one colour that s belongs to.
-Bitboard SquaresOfColour(int s) { return (DarkSquares & SetMask[s]) ? DarkSquares : LightSquares; }
+constexpr int OppositeBishopsUnits = 12;  // scaling only below this for both sides
+constexpr int ClearMaterialLead = 201;     // from this lead on, opposite bishops halve
 
 // The files (as a byte) of a set of squares on rank r.
 unsigned FilesOnRank(Bitboard squares, int r) { return unsigned(squares >> (8 * r)) & 255; }
@@ -177,10 +190,9 @@ unsigned FilesOnRank(Bitboard squares, int r) { return unsigned(squares >> (8 * 
 // no enemy pawn can attack, with an enemy pawn right in front of it.
 template <int Us>
 bool BlocksCentrePawn(int s) {
-  constexpr int Up = Us == White ? 8 : -8;
-  const Bitboard *ahead = Us == White ? AdjacentFilesAbove : AdjacentFilesBelow;
-  if (!OutpostTables[Us][s] || (SideOf<!Us>().pawns & ahead[s])) return false;
-  return (s == Relative<Us>(D6) || s == Relative<Us>(E6)) && Board[s + Up] == Code<!Us>(Pawn);
+  constexpr int Up = PawnStep[Us];
+  if (!OutpostTables[Us][s] || (SideOf<!Us>().pawns & AdjacentFilesAhead[Us][s])) return false;
+  return (s == Relative<Us>(D6) || s == Relative<Us>(E6)) && Board[s + Up] == PieceCode<!Us>(Pawn);
 }
 
 // The king danger of colour Us before the queen halving: the king's square,
@@ -190,24 +202,28 @@ template <int Us>
 int KingDangerOf(const PawnEntry &entry) {
   const SideRecord &them = SideOf<!Us>();
   const int king = SideOf<Us>().kingSquare;
-  const int shelterKingSide = Us == White ? entry.whiteShelterKingSide : entry.blackShelterKingSide;
-  const int shelterQueenSide = Us == White ? entry.whiteShelterQueenSide : entry.blackShelterQueenSide;
+  const int shelterKingSide = entry.facts[Us].shelterKingSide;
+  const int shelterQueenSide = entry.facts[Us].shelterQueenSide;
   auto open = [&entry](int f) { return (entry.openFiles >> f) & 1; };
-  auto attacker = [](int code) { return code == Code<!Us>(Pawn) || code == Code<!Us>(Bishop) || code == Code<!Us>(Queen); };
+  auto attacker = [](int code) { return code == PieceCode<!Us>(Pawn) || code == PieceCode<!Us>(Bishop) || code == PieceCode<!Us>(Queen); };
   const bool movedA = MoveCounter[Relative<Us>(A1)], movedH = MoveCounter[Relative<Us>(H1)];
   int danger = KingDangerTables[Us][king];
   if (MoveCounter[Relative<Us>(E1)] == 0 && !(movedA && movedH)) {
-    danger += 2 * open(3) + 4 * open(4) + 2 * open(5);
+    danger += OpenCentreDanger[0] * open(3) + OpenCentreDanger[1] * open(4) + OpenCentreDanger[2] * open(5);
     if (movedA && !movedH) danger += shelterKingSide / 2;
     else if (!movedA && movedH) danger += shelterQueenSide / 2;
   } else if (File(king) <= 3) {
     danger += shelterQueenSide;
-    if (File(king) == 3) danger += 2 * open(2) + 4 * open(3) + 2 * open(4);
-    if (Board[Relative<Us>(B2)] != Code<Us>(Pawn) && them.queens && attacker(Board[Relative<Us>(C3)])) danger += 3;
+    if (File(king) == 3)
+      danger += OpenCentreDanger[0] * open(2) + OpenCentreDanger[1] * open(3) + OpenCentreDanger[2] * open(4);
+    if (Board[Relative<Us>(B2)] != PieceCode<Us>(Pawn) && them.queens && attacker(Board[Relative<Us>(C3)]))
+      danger += MissingFianchettoDanger;
   } else {
     danger += shelterKingSide;
-    if (File(king) == 4) danger += 2 * open(3) + 4 * open(4) + 2 * open(5);
-    if (Board[Relative<Us>(G2)] != Code<Us>(Pawn) && them.queens && attacker(Board[Relative<Us>(F3)])) danger += 3;
+    if (File(king) == 4)
+      danger += OpenCentreDanger[0] * open(3) + OpenCentreDanger[1] * open(4) + OpenCentreDanger[2] * open(5);
+    if (Board[Relative<Us>(G2)] != PieceCode<Us>(Pawn) && them.queens && attacker(Board[Relative<Us>(F3)]))
+      danger += MissingFianchettoDanger;
   }
   return danger;
 }
@@ -216,9 +232,9 @@ int KingDangerOf(const PawnEntry &entry) {
 template <int Us>
 int DevelopmentOf() {
   const SideRecord &us = SideOf<Us>();
-  int v = -15 * PopCount(us.queens & ClearMask[Relative<Us>(D1)]);
+  int v = -EarlyQueenPenalty * PopCount(us.queens & ClearMask[Relative<Us>(D1)]);
   const bool movedA = MoveCounter[Relative<Us>(A1)], movedH = MoveCounter[Relative<Us>(H1)];
-  if (!us.castled && (MoveCounter[Relative<Us>(E1)] || (movedA && movedH))) v -= 35;
+  if (!us.castled && (MoveCounter[Relative<Us>(E1)] || (movedA && movedH))) v -= LostCastlingPenalty;
   return v;
 }
 
@@ -226,24 +242,23 @@ int DevelopmentOf() {
 template <int Us>
 int KnightTerms(int &attackSum) {
   const SideRecord &us = SideOf<Us>(), &them = SideOf<!Us>();
-  const Bitboard *ahead = Us == White ? AdjacentFilesAbove : AdjacentFilesBelow;
   const Bitboard *defenders = PawnAttackersTable<Us>();
   int v = 0;
   for (Bitboard set = us.knights; set; set &= set - 1) {
     const int s = LowestSquare(set), outpost = OutpostTables[Us][s];
     v += KnightTables[Us][s];
-    if (outpost && !(them.pawns & ahead[s])) {
+    if (outpost && !(them.pawns & AdjacentFilesAhead[Us][s])) {
       v += outpost;
       if (const Bitboard guards = defenders[s] & us.pawns) {
         // Without a minor piece able to exchange it the knight is there to stay.
         if (!them.knights && !(them.bishops & SquaresOfColour(s))) v += outpost;
         else v += PopCount(guards) == 2 ? outpost : outpost / 2;
       }
-      if (BlocksCentrePawn<Us>(s)) v += 12;
+      if (BlocksCentrePawn<Us>(s)) v += CentreBlockBonus;
     }
     attackSum += KnightTropism[Distance[s][them.kingSquare]];
   }
-  return Us == White ? v : -v;
+  return ColourSign[Us] * v;
 }
 
 // Bishops of colour Us, White's view: placement, mobility, the centre block
@@ -258,10 +273,10 @@ int BishopTerms(int &attackSum) {
     const int mobility = int(DiagMobility[s][(RotatedDiag >> ShiftDiag[s]) & 255] +
                              AntiDiagMobility[s][(RotatedAntiDiag >> ShiftAntiDiag[s]) & 255]);
     v += BishopTables[Us][s] + BishopMobility[mobility];
-    if (BlocksCentrePawn<Us>(s)) v += 12;
+    if (BlocksCentrePawn<Us>(s)) v += CentreBlockBonus;
     attackSum += BishopTropism[Distance[s][theirKing]];
   }
-  return Us == White ? v : -v;
+  return ColourSign[Us] * v;
 }
 
 // Terms of colour Us's bishops as a set, White's view: own pawns on the lone
@@ -273,56 +288,52 @@ int BishopSetTerms(const PawnEntry &entry, bool endgame) {
   int v = 0;
   if (PopCount(us.bishops) == 1) {
     const bool dark = us.bishops & DarkSquares;
-    const int blockers = Us == White ? (dark ? entry.whiteDarkPawns : entry.whiteLightPawns)
-                                     : (dark ? entry.blackDarkPawns : entry.blackLightPawns);
-    v -= 4 * blockers;
+    const int blockers = dark ? entry.facts[Us].darkPawns : entry.facts[Us].lightPawns;
+    v -= LoneBishopPawnPenalty * blockers;
   } else {
     v += BishopPairBonus[std::min(us.pawnCount, 8)];
   }
-  if (us.bishops & (Us == White ? SquaresA7H7 : SquaresA2H2)) {
-    if (Board[Relative<Us>(A7)] == Code<Us>(Bishop)) {
-      if (Board[Relative<Us>(B6)] == Code<!Us>(Pawn)) v -= TrappedBishopPenalty;
-    } else if (Board[Relative<Us>(H7)] == Code<Us>(Bishop)) {
-      if (Board[Relative<Us>(G6)] == Code<!Us>(Pawn)) v -= TrappedBishopPenalty;
+  if (us.bishops & BishopTrapSquares[Us]) {
+    if (Board[Relative<Us>(A7)] == PieceCode<Us>(Bishop)) {
+      if (Board[Relative<Us>(B6)] == PieceCode<!Us>(Pawn)) v -= TrappedBishopPenalty;
+    } else if (Board[Relative<Us>(H7)] == PieceCode<Us>(Bishop)) {
+      if (Board[Relative<Us>(G6)] == PieceCode<!Us>(Pawn)) v -= TrappedBishopPenalty;
     }
   }
   if (!endgame) {
     const int king = us.kingSquare;
-    const Bitboard cornerH = Us == White ? CornerH1 : CornerH8, cornerA = Us == White ? CornerA1 : CornerA8;
     const int g2 = Relative<Us>(G2), b2 = Relative<Us>(B2);
-    if (File(king) >= 5 && Board[g2] != Code<Us>(Pawn) && Board[Relative<Us>(G3)] == Code<Us>(Pawn) &&
-        Distance[king][g2] == 1 && (us.bishops & cornerH))
-      v += 10;
-    else if (File(king) <= 2 && Board[b2] != Code<Us>(Pawn) && Board[Relative<Us>(B3)] == Code<Us>(Pawn) &&
-             Distance[king][b2] == 1 && (us.bishops & cornerA))
-      v += 10;
+    if (File(king) >= 5 && Board[g2] != PieceCode<Us>(Pawn) && Board[Relative<Us>(G3)] == PieceCode<Us>(Pawn) &&
+        Distance[king][g2] == 1 && (us.bishops & CornerH[Us]))
+      v += FianchettoBonus;
+    else if (File(king) <= 2 && Board[b2] != PieceCode<Us>(Pawn) && Board[Relative<Us>(B3)] == PieceCode<Us>(Pawn) &&
+             Distance[king][b2] == 1 && (us.bishops & CornerA[Us]))
+      v += FianchettoBonus;
   }
-  return Us == White ? v : -v;
+  return ColourSign[Us] * v;
 }
 
 // File distance for the file tropism of colour Us's heavy piece on s: 7 when
 // an own pawn stands ahead of it on its file.
 template <int Us>
 int FileTropismDistance(int s, int theirKing) {
-  const Bitboard *rayAhead = Us == White ? RayNorth : RaySouth;
-  return (SideOf<Us>().pawns & rayAhead[s]) ? 7 : FileDistance[s][theirKing];
+  return (SideOf<Us>().pawns & RayForward[Us][s]) ? 7 : FileDistance[s][theirKing];
 }
 
 // 1 when the enemy king is on its first rank or enemy pawns on their second.
 template <int Us>
 bool SeventhRankMatters() {
   const SideRecord &them = SideOf<!Us>();
-  return RelativeRank<Us>(them.kingSquare) == 7 || (them.pawns & RankMask[Us == White ? 6 : 1]);
+  return RelativeRank<Us>(them.kingSquare) == 7 || (them.pawns & RelativeRankMask<Us>(6));
 }
 
 // Rooks of colour Us, White's view: passed pawns on the file, open and
 // half-open files, the seventh rank and the attack sum.
 template <int Us>
 int RookTerms(const PawnEntry &entry, int &attackSum) {
-  constexpr int Up = Us == White ? 8 : -8;
+  constexpr int Up = PawnStep[Us];
   const SideRecord &us = SideOf<Us>(), &them = SideOf<!Us>();
-  const unsigned ourPassed = Us == White ? entry.whitePassedFiles : entry.blackPassedFiles;
-  const unsigned theirPassed = Us == White ? entry.blackPassedFiles : entry.whitePassedFiles;
+  const unsigned ourPassed = entry.facts[Us].passedFiles, theirPassed = entry.facts[!Us].passedFiles;
   int v = 0;
   for (Bitboard set = us.rooks; set; set &= set - 1) {
     const int s = LowestSquare(set), f = File(s);
@@ -330,24 +341,25 @@ int RookTerms(const PawnEntry &entry, int &attackSum) {
     const Bitboard ourFilePawns = us.pawns & FileMask[f], theirFilePawns = them.pawns & FileMask[f];
     if ((ourPassed >> f & 1) && ourFilePawns) {
       const int p = MostAdvanced<Us>(ourFilePawns);
-      if (Behind<Us>(p, s)) v -= 20;
-      else if (!Owns<!Us>(Board[p + Up])) v += 40;
+      if (Behind<Us>(p, s)) v += RookInFrontOfPasser;
+      else if (!Owns<!Us>(Board[p + Up])) v += RookBehindPasser;
     }
-    if ((theirPassed >> f & 1) && theirFilePawns) v += Behind<Us>(MostAdvanced<!Us>(theirFilePawns), s) ? 40 : -20;
+    if ((theirPassed >> f & 1) && theirFilePawns)
+      v += Behind<Us>(MostAdvanced<!Us>(theirFilePawns), s) ? RookBehindPasser : RookInFrontOfPasser;
     if (entry.openFiles >> f & 1) {
-      v += 24;
+      v += RookOpenFileBonus;
     } else {
-      if (entry.openFiles && !(FilesOnRank(RankAttacksOf(s), Rank(s)) & entry.openFiles)) v -= 12;
-      if (!ourFilePawns) v += 5;
+      if (entry.openFiles && !(FilesOnRank(RankAttacksOf(s), Rank(s)) & entry.openFiles)) v -= RookCutOffPenalty;
+      if (!ourFilePawns) v += RookHalfOpenFileBonus;
     }
     if (RelativeRank<Us>(s) == 6 && SeventhRankMatters<Us>()) {
-      v += 30;
-      if (RankAttacksOf(s) & (us.rooks | us.queens)) v += 16;
+      v += RookSeventhBonus;
+      if (RankAttacksOf(s) & (us.rooks | us.queens)) v += RookSeventhDoubledBonus;
     }
     const int d = FileTropismDistance<Us>(s, them.kingSquare);
     attackSum += std::max(RookFileTropism[d], RookTropism[Distance[s][them.kingSquare]]);
   }
-  return Us == White ? v : -v;
+  return ColourSign[Us] * v;
 }
 
 // Queens of colour Us, White's view: placement, the seventh rank, a weaker
@@ -356,31 +368,29 @@ template <int Us>
 int QueenTerms(int &attackSum) {
   const SideRecord &us = SideOf<Us>();
   const int theirKing = SideOf<!Us>().kingSquare;
-  const int ourDanger = Us == White ? WhiteKingDanger : BlackKingDanger;
-  const int theirDanger = Us == White ? BlackKingDanger : WhiteKingDanger;
+  const int ourDanger = KingDanger[Us], theirDanger = KingDanger[!Us];
   int v = 0;
   for (Bitboard set = us.queens; set; set &= set - 1) {
     const int s = LowestSquare(set);
     v += QueenTables[Us][s];
-    if (RelativeRank<Us>(s) == 6 && SeventhRankMatters<Us>() && (RankAttacksOf(s) & us.rooks)) v += 10;
-    if (theirDanger > ourDanger + 4) v += 30;
+    if (RelativeRank<Us>(s) == 6 && SeventhRankMatters<Us>() && (RankAttacksOf(s) & us.rooks)) v += QueenSeventhBonus;
+    if (theirDanger > ourDanger + WeakerKingMargin) v += WeakerKingBonus;
     const int d = FileTropismDistance<Us>(s, theirKing);
     attackSum += std::max(QueenFileTropism[d], QueenTropism[Distance[s][theirKing]]);
     if (us.pawnCount > 4) {
       const bool farWings = (File(s) <= 1 && File(theirKing) >= 5) || (File(s) >= 6 && File(theirKing) <= 2);
-      if (farWings) attackSum = std::max(attackSum - 8, -8);
+      if (farWings) attackSum = std::max(attackSum - FarQueenAttackPenalty, -FarQueenAttackPenalty);
     }
   }
-  return Us == White ? v : -v;
+  return ColourSign[Us] * v;
 }
 
 // Colour Us's attack term, White's view: its attack sum weighted by its
 // attacking table and by the enemy king's danger.
 template <int Us>
 int AttackTerm(int attackSum) {
-  const int theirDanger = Us == White ? BlackKingDanger : WhiteKingDanger;
-  const int v = ShelterFactor[theirDanger] * OffensiveTable[Us][std::min(attackSum, MaxAttackSum) + 8] / 16;
-  return Us == White ? v : -v;
+  const int v = ShelterFactor[KingDanger[!Us]] * OffensiveTable[Us][std::min(attackSum, MaxAttackSum) + 8] / 16;
+  return ColourSign[Us] * v;
 }
 
 // Endgame king placement, White's view, by the wings that hold pawns.
@@ -418,10 +428,10 @@ bool OppositeBishops() {
 int ScaleOppositeBishops(int v, bool &alone) {
   const SideRecord &w = WhiteSide, &b = BlackSide;
   alone = false;
-  if (w.pieceUnits >= 12 || b.pieceUnits >= 12 || !OppositeBishops()) return v;
+  if (w.pieceUnits >= OppositeBishopsUnits || b.pieceUnits >= OppositeBishopsUnits || !OppositeBishops()) return v;
   const int d = w.material - b.material;
   const bool bishopsAlone = w.pieceUnits == 3 && b.pieceUnits == 3;
-  if (d >= 201 || d <= -201) {
+  if (d >= ClearMaterialLead || d <= -ClearMaterialLead) {
     alone = bishopsAlone;
     if (bishopsAlone) return v / 2;
     // Other pieces beside: only the positional part is halved.
@@ -430,98 +440,78 @@ int ScaleOppositeBishops(int v, bool &alone) {
   return bishopsAlone ? v / 4 : v;
 }
 
-// The whole evaluation; the traced twin also records every term.
-template <bool Traced>
-int EvaluateTerms(int side, int lower, int upper, int ply, EvalTrace *trace) {
+// 1 when v lies more than margin outside the window (lower, upper).
+bool OutsideWindow(int v, int lower, int upper, int margin) { return v < lower - margin || v > upper + margin; }
+
+// The whole evaluation, term by term into t (White's view); the value is
+// the running sum of the terms reached. The search and the breakdown of a
+// position both come through here.
+int EvaluateTerms(int side, int lower, int upper, int ply, EvalTrace &t) {
   const SideRecord &w = WhiteSide, &b = BlackSide;
-  int attackSum[2] = {0, 0};
-  int winMask = 3;
-  WhiteKingDanger = BlackKingDanger = 0;
-  if (w.pieceUnits < 9 && b.pieceUnits < 9) winMask = WinChances(side);
-  if constexpr (Traced) trace->winMask = winMask;
-  auto finish = [=](int v, int exit) {
-    if constexpr (Traced) {
-      trace->exit = exit;
-      trace->result = v;
-    }
+  auto finish = [&t](int v, int exit) {
+    t.exit = exit;
+    t.result = v;
     return v;
   };
-  if (winMask == 0) return finish(DrawValue[White], EvalExitDrawn);
+  KingDanger[White] = KingDanger[Black] = 0;
+  t.winMask = w.pieceUnits < WinChanceUnits && b.pieceUnits < WinChanceUnits ? WinChances(side) : 3;
+  const bool canExitEarly = t.winMask == 3;
+  if (t.winMask == 0) return finish(DrawValue[White], EvalExitDrawn);
 
-  int v = MaterialBalance();
-  if constexpr (Traced) trace->material = v;
-  if (winMask == 3 && (v < lower - 500 || v > upper + 500)) return finish(v, EvalExitMaterial);
+  // Material, and the ending without pawns.
+  t.material = MaterialBalance();
+  int v = t.material;
+  if (canExitEarly && OutsideWindow(v, lower, upper, LazyMarginMaterial)) return finish(v, EvalExitMaterial);
   if (!w.pawns && !b.pawns) {
-    const int ending = PawnlessEnding();
-    if constexpr (Traced) {
-      trace->pawnlessEnding = ending;
-      trace->clamp = ClampByWinChances(v + ending, winMask) - (v + ending);
-    }
-    return finish(ClampByWinChances(v + ending, winMask), EvalExitPawnless);
+    t.pawnlessEnding = PawnlessEnding();
+    v += t.pawnlessEnding;
+    const int clamped = ClampByWinChances(v, t.winMask);
+    t.clamp = clamped - v;
+    return finish(clamped, EvalExitPawnless);
   }
 
-  const int pawns = EvaluatePawns(side, ply);
+  // Pawns.
+  t.pawns = EvaluatePawns(side, ply);
   const PawnEntry &entry = *CurrentPawnEntry;
-  v += pawns;
-  if constexpr (Traced) {
-    trace->pawns = pawns;
-    trace->pawnStructure = entry.pawnScore;
-  }
-  if (winMask == 3 && (v < lower - 150 || v > upper + 150)) return finish(v, EvalExitPawns);
+  t.pawnStructure = entry.pawnScore;
+  v += t.pawns;
+  if (canExitEarly && OutsideWindow(v, lower, upper, LazyMarginPawns)) return finish(v, EvalExitPawns);
 
-  const bool endgame = w.pieceUnits < 15 || b.pieceUnits < 15;
-  if (!endgame) {
-    const int safety = KingSafety();
-    v += safety;
-    if constexpr (Traced) trace->kingSafety = safety;
-  }
-  if (GamePhase == 0) {
-    const int development = Development();
-    v += development;
-    if constexpr (Traced) trace->development = development;
-  }
-  if (endgame) {
-    const int placement = KingPlacement();
-    v += placement;
-    if constexpr (Traced) trace->kingPlacement = placement;
-  }
-  if constexpr (Traced) {
-    trace->kingDanger[White] = WhiteKingDanger;
-    trace->kingDanger[Black] = BlackKingDanger;
-  }
-  if (winMask == 3 && (v < lower - 100 || v > upper + 100)) return finish(v, EvalExitPositional);
+  // Kings: safety, development in the opening, placement in the endgame.
+  const bool endgame = w.pieceUnits < EndgameUnits || b.pieceUnits < EndgameUnits;
+  if (!endgame) v += t.kingSafety = KingSafety();
+  if (GamePhase == 0) v += t.development = Development();
+  if (endgame) v += t.kingPlacement = KingPlacement();
+  t.kingDanger[White] = KingDanger[White];
+  t.kingDanger[Black] = KingDanger[Black];
+  if (canExitEarly && OutsideWindow(v, lower, upper, LazyMarginPositional)) return finish(v, EvalExitPositional);
 
-  // The queens' floor on the attack sums makes this order part of the result.
-  const int pieces[10] = {
-      KnightTerms<White>(attackSum[White]),   KnightTerms<Black>(attackSum[Black]),
-      BishopTerms<White>(attackSum[White]),   BishopSetTerms<White>(entry, endgame),
-      BishopTerms<Black>(attackSum[Black]),   BishopSetTerms<Black>(entry, endgame),
-      RookTerms<White>(entry, attackSum[White]), RookTerms<Black>(entry, attackSum[Black]),
-      QueenTerms<White>(attackSum[White]),    QueenTerms<Black>(attackSum[Black]),
-  };
-  for (int term : pieces) v += term;
-  const int attack[2] = {AttackTerm<Black>(attackSum[Black]), AttackTerm<White>(attackSum[White])};
-  v += attack[White] + attack[Black];
-  if constexpr (Traced) {
-    trace->knights[White] = pieces[0], trace->knights[Black] = pieces[1];
-    trace->bishops[White] = pieces[2], trace->bishopSet[White] = pieces[3];
-    trace->bishops[Black] = pieces[4], trace->bishopSet[Black] = pieces[5];
-    trace->rooks[White] = pieces[6], trace->rooks[Black] = pieces[7];
-    trace->queens[White] = pieces[8], trace->queens[Black] = pieces[9];
-    for (int c : {White, Black}) {
-      trace->attackSum[c] = attackSum[c];
-      trace->attack[c] = attack[c];
-    }
-    trace->beforeScaling = v;
-  }
+  // Pieces. The queens' floor on the attack sums makes this order part
+  // of the result.
+  int *sum = t.attackSum;
+  sum[White] = sum[Black] = 0;
+  t.knights[White] = KnightTerms<White>(sum[White]);
+  t.knights[Black] = KnightTerms<Black>(sum[Black]);
+  t.bishops[White] = BishopTerms<White>(sum[White]);
+  t.bishopSet[White] = BishopSetTerms<White>(entry, endgame);
+  t.bishops[Black] = BishopTerms<Black>(sum[Black]);
+  t.bishopSet[Black] = BishopSetTerms<Black>(entry, endgame);
+  t.rooks[White] = RookTerms<White>(entry, sum[White]);
+  t.rooks[Black] = RookTerms<Black>(entry, sum[Black]);
+  t.queens[White] = QueenTerms<White>(sum[White]);
+  t.queens[Black] = QueenTerms<Black>(sum[Black]);
+  t.attack[Black] = AttackTerm<Black>(sum[Black]);
+  t.attack[White] = AttackTerm<White>(sum[White]);
+  for (int c : {White, Black})
+    v += t.knights[c] + t.bishops[c] + t.bishopSet[c] + t.rooks[c] + t.queens[c] + t.attack[c];
+  t.beforeScaling = v;
 
+  // Endgame knowledge: opposite bishops, then who can still win.
   bool bishopsAlone;
   const int scaled = ScaleOppositeBishops(v, bishopsAlone);
-  const int result = ClampByWinChances(scaled, winMask);
-  if constexpr (Traced) {
-    trace->oppositeBishops = scaled - v;
-    trace->clamp = result - scaled;
-  }
+  const int result = ClampByWinChances(scaled, t.winMask);
+  t.oppositeBishops = scaled - v;
+  t.clamp = result - scaled;
   return finish(result, bishopsAlone ? EvalExitBishops : EvalExitFull);
 }
 
@@ -543,13 +533,14 @@ void InitEvaluationTables() {
 // Static value of the position, White's view, within the window
 // (lower, upper) given in White's view.
 int Evaluate(int side, int lower, int upper, int ply) {
-  return EvaluateTerms<false>(side, lower, upper, ply, nullptr);
+  EvalTrace unread;
+  return EvaluateTerms(side, lower, upper, ply, unread);
 }
 
 // Evaluate, recording every term in trace.
 int EvaluateTraced(int side, int lower, int upper, int ply, EvalTrace &trace) {
   trace = EvalTrace{};
-  return EvaluateTerms<true>(side, lower, upper, ply, &trace);
+  return EvaluateTerms(side, lower, upper, ply, trace);
 }
 
 // Both kings' danger values (also stored) and the safety difference,

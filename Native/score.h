@@ -3,11 +3,14 @@
 
 #include "board.h"
 
-extern int32_t WhiteKingDanger;
-extern int32_t BlackKingDanger;
+// Each colour's [side] king danger, set by KingSafety for the evaluation
+// under way.
+extern int32_t KingDanger[2];
+inline constexpr int32_t &WhiteKingDanger = KingDanger[White];
+inline constexpr int32_t &BlackKingDanger = KingDanger[Black];
 
 // Piece-square tables per colour [side][square]; Black's value on s is
-// White's on s ^ 56.
+// White's on Relative<Black>(s).
 extern int32_t KnightTables[2][64];
 extern int32_t BishopTables[2][64];
 extern int32_t OutpostTables[2][64];

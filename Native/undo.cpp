@@ -1,84 +1,39 @@
 // Taking back a move from its word alone and the previous ply's en-passant square.
 #include "undo.h"
 
-#include "attacks.h"
-
 template <int Us>
 void UndoMove(Move move, int ply) {
   constexpr int Them = 1 - Us;
-  constexpr int Forward = Us == White ? 8 : -8;
-  constexpr int Sign = Us == White ? 1 : -1;
-  SideRecord &us = SideOf<Us>(), &them = SideOf<Them>();
+  constexpr int Forward = PawnStep[Us];
   const int from = MoveFrom(move), to = MoveTo(move), piece = MovePiece(move);
   const int captured = MoveCaptured(move), promotion = MovePromotion(move);
-  bool captureDone = false;
-
-  ClearRotated(to);
-  SetRotated(from);
-  us.occupied = (us.occupied & ClearMask[to]) | SetMask[from];
-  Board[to] = Empty;
 
   if (piece == Pawn) {
     if (promotion) {
-      us.pawnCount++;
-      KindSet(us, promotion) &= ClearMask[to];
-      us.pieceUnits -= UnitsOf[promotion];
-      us.minorCount -= MinorOf[promotion];
-      us.majorWeight -= MajorOf[promotion];
-      us.material -= PieceValue[promotion] - 100;
+      RemovePiece<Us>(promotion, to);
+      PutPiece<Us>(Pawn, from);
     } else {
-      us.pawns &= ClearMask[to];
-      if (to == Ply[ply - 1].epSquare) {
-        const int behind = to - Forward;
-        them.pawns |= SetMask[behind];
-        them.occupied |= SetMask[behind];
-        SetRotated(behind);
-        them.material += 100;
-        them.pawnCount++;
-        Board[behind] = -Sign * Pawn;
-        captureDone = true;
-      }
+      MovePiece<Us>(Pawn, to, from);
     }
-    us.pawns |= SetMask[from];
-    Board[from] = Sign * Pawn;
   } else if (piece == King) {
+    MovePiece<Us>(King, to, from);
     if (Distance[from][to] == 2) {
-      const int rookFrom = File(to) == 6 ? to + 1 : to - 2;
-      const int rookTo = File(to) == 6 ? to - 1 : to + 1;
-      us.castled = 0;
-      us.rooks = (us.rooks & ClearMask[rookTo]) | SetMask[rookFrom];
-      us.occupied = (us.occupied & ClearMask[rookTo]) | SetMask[rookFrom];
-      ClearRotated(rookTo);
-      SetRotated(rookFrom);
-      Board[rookTo] = Empty;
-      Board[rookFrom] = Sign * Rook;
+      const RookStep rook = CastlingRook(to);
+      MovePiece<Us>(Rook, rook.to, rook.from);
+      SideOf<Us>().castled = 0;
     }
-    us.kingSquare = from;
-    Board[from] = Sign * King;
     MoveCounter[from]--;
   } else {
-    Bitboard &set = KindSet(us, piece);
-    set = (set & ClearMask[to]) | SetMask[from];
-    Board[from] = Sign * piece;
+    MovePiece<Us>(piece, to, from);
     if (piece == Rook) MoveCounter[from]--;
   }
 
-  if (captured && !captureDone) {
-    SetRotated(to);
-    them.occupied |= SetMask[to];
-    if (captured != King) {
-      KindSet(them, captured) |= SetMask[to];
-      them.material += PieceValue[captured];
-      if (captured == Pawn) {
-        them.pawnCount++;
-      } else {
-        them.pieceUnits += UnitsOf[captured];
-        them.minorCount += MinorOf[captured];
-        them.majorWeight += MajorOf[captured];
-        if (captured == Rook) MoveCounter[to]--;
-      }
-    }
-    Board[to] = -Sign * captured;
+  if (captured == Pawn) {
+    const bool enPassant = piece == Pawn && !promotion && to == Ply[ply - 1].epSquare;
+    PutPiece<Them>(Pawn, enPassant ? to - Forward : to);
+  } else if (captured) {
+    PutPiece<Them>(captured, to);
+    if (captured == Rook) MoveCounter[to]--;
   }
 }
 

@@ -77,10 +77,10 @@ void PrintBreakdown() {
     Total("pawn structure (cached)", t.pawnStructure);
     Total("passers and pawn ending", t.pawns - t.pawnStructure);
     std::printf("  %-24s %7s %7s  open files %02X, passed files %02X / %02X\n", "", "", "", e.openFiles,
-                e.whitePassedFiles, e.blackPassedFiles);
+                e.whitePassedFiles(), e.blackPassedFiles());
     std::printf("  %-24s %7s %7s  shelter king side %d / %d, queen side %d / %d\n", "", "", "",
-                e.whiteShelterKingSide, e.blackShelterKingSide, e.whiteShelterQueenSide,
-                e.blackShelterQueenSide);
+                e.whiteShelterKingSide(), e.blackShelterKingSide(), e.whiteShelterQueenSide(),
+                e.blackShelterQueenSide());
   }
   if (t.exit == EvalExitFull || t.exit == EvalExitBishops || t.exit == EvalExitPositional) {
     Total("king safety", t.kingSafety);

@@ -168,7 +168,7 @@ std::string SetOption(const std::string &name, const std::string &value) {
     return "";
   }
   if (SameName(name, "Ponder")) {
-    return value == "true" || value == "false" ? "" : "option Ponder needs true or false";
+    return SameName(value, "true") || SameName(value, "false") ? "" : "option Ponder needs true or false";
   }
   for (SpinOption &option : Spins) {
     if (!SameName(name, option.name)) continue;

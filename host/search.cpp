@@ -84,8 +84,8 @@ void NoteNodes() {
 // stop is set here, inside the report, so no deeper line follows it.
 void NoteMate(int32_t score) {
   std::lock_guard<std::mutex> guard(StateLock);
-  const int64_t mateIn = (30000 - int64_t(score) + 1) / 2;
-  if (score <= 29000 || State.plan.mateMoves < 1 || mateIn > State.plan.mateMoves) return;
+  const int32_t mate = MateMoves(score);
+  if (mate < 1 || mate > State.plan.mateMoves) return;
   State.mateFound = true;
   Varn.StopAnalyse();
   StateChanged.notify_all();

@@ -92,6 +92,9 @@ void HandleGo(const std::vector<std::string> &words, size_t first, bool commandL
     return;
   }
   if (request.searchMoves) Say("info string searchmoves is not supported: searching all moves");
+  if (request.depth >= 0 && request.depth < MinimumReportedDepth)
+    Say("info string depth " + std::to_string(request.depth) + " is searched to depth " +
+        std::to_string(MinimumReportedDepth) + ", the least the engine reports");
   const bool noLimit = !request.infinite && !request.ponder && request.depth < 0 && request.moveTime < 0 &&
                        request.whiteTime < 0 && request.blackTime < 0;
   if (commandLine && noLimit) request.depth = CommandLineDepth;

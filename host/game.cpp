@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdlib>
 #include <cstring>
 
 #include "attacks.h"
@@ -170,9 +169,10 @@ std::string SetGamePosition(const std::vector<std::string> &words, size_t first)
     const std::string why = fields.empty() ? "no FEN" : CheckFen(fields, fen);
     game.fromStart = false;
     game.fens[0] = fen;
-    // The move counters are only shown by "d"; unreadable ones take their defaults.
-    if (fields.size() > 4) game.halfmoveClock = std::max(0, std::atoi(fields[4].c_str()));
-    if (fields.size() > 5) game.fullmoveNumber = std::max(1, std::atoi(fields[5].c_str()));
+    // The move counters are only shown by "d"; bounded so that counting on
+    // cannot overflow.
+    if (fields.size() > 4) game.halfmoveClock = std::clamp(ParseDecimal(fields[4].c_str()), 0, 1000000000);
+    if (fields.size() > 5) game.fullmoveNumber = std::clamp(ParseDecimal(fields[5].c_str()), 1, 1000000000);
     if (!why.empty()) {
       game.legal = false;
       Current = game;
@@ -235,7 +235,7 @@ std::vector<std::string> GameDiagram() {
     if (fen[i] == '/') continue;
     const bool empty = fen[i] >= '1' && fen[i] <= '8';
     for (int n = empty ? fen[i] - '0' : 1; n > 0; --n) row += std::string(" ") + (empty ? ' ' : fen[i]) + " |";
-    if (row.size() == rule.size()) {
+    if (row.size() >= rule.size()) {
       lines.push_back(row + " " + std::to_string(rank--));
       lines.push_back(rule);
       row = " |";

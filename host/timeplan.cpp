@@ -62,7 +62,7 @@ GoRequest ParseGo(const std::vector<std::string> &words, size_t first) {
       continue;
     }
     if (word == "searchmoves") {
-      // The moves that follow run up to the next limit word; none is used.
+      // Its moves are skipped as unknown words: every move is searched.
       request.searchMoves = true;
       continue;
     }

@@ -3,51 +3,50 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <iterator>
 #include <mutex>
 
 #include "game.h"
+#include "interface.h"
 #include "library.h"
 #include "search.h"
 
 namespace {
 
-// One engine parameter: the value the GUI chose and whether the library has it.
-struct Parameter {
+// A spin option: an engine parameter, handed to the library, or the host's own.
+struct SpinOption {
   std::string name;
-  std::string value;
-  bool pending = false;
+  int32_t defaultValue = 0, minimum = 0, maximum = 0;
+  bool library = false;
+  std::string line;       // the option line announced on "uci"
+  int32_t value = 0;      // the GUI's choice, clamped to the range
+  bool chosen = false;    // the GUI set it since the start
+  bool pending = false;   // the library has not been given it yet
 };
 
-// The seven parameters the library accepts but announces no line for.
-constexpr const char *HiddenParameterLines[] = {
-    "option name CheckExtensions type spin default 60 min 0 max 60",
-    "option name FutilityPruning type spin default 0 min 0 max 500",
-    "option name MaterialTrade type spin default 120 min 0 max 150",
-    "option name OffensiveAsymmetry type spin default 0 min -50 max 50",
-    "option name SafetyAsymmetry type spin default 0 min -50 max 50",
-    "option name OffensiveScale type spin default 100 min 0 max 200",
-    "option name SafetyScale type spin default 100 min 0 max 200",
+// The parameters the library accepts without announcing them, as variables of
+// the engine core linked here; defaults and ranges come from the core's table.
+const struct {
+  const char *name;
+  const int32_t *variable;
+} HiddenParameters[] = {
+    {"CheckExtensions", &CheckExtensions},       {"FutilityPruning", &FutilityPruning},
+    {"MaterialTrade", &MaterialTrade},           {"OffensiveAsymmetry", &OffensiveAsymmetry},
+    {"SafetyAsymmetry", &SafetyAsymmetry},       {"OffensiveScale", &OffensiveScale},
+    {"SafetyScale", &SafetyScale},
 };
 
+constexpr const char *HashName = "Hash";
+constexpr const char *OverheadName = "Move Overhead";
+constexpr const char *BlitzSpeedName = "BlitzPlayingSpeed";
 constexpr int DefaultHashMb = 32;
-constexpr int DefaultBlitzSpeed = 26;
 
 std::mutex OutputLock;
-std::vector<Parameter> Parameters;
-int WantedHashMb = DefaultHashMb;
+std::vector<SpinOption> Spins;
 int LibraryHashMb = DefaultHashMb;
 bool ClearHashPending = false;
-
-// The parameter name of an option line ("option name X type ..."), or "".
-std::string OptionName(const std::string &line) {
-  const std::string head = "option name ";
-  size_t end = line.find(" type ");
-  if (line.compare(0, head.size(), head) != 0 || end == std::string::npos) return "";
-  return line.substr(head.size(), end - head.size());
-}
 
 // Letter-case-blind comparison, as GUIs may change the case of option names.
 bool SameName(const std::string &a, const std::string &b) {
@@ -56,22 +55,77 @@ bool SameName(const std::string &a, const std::string &b) {
          });
 }
 
-// The library's option lines, up to its null pointer.
-std::vector<std::string> LibraryOptionLines() {
-  std::vector<std::string> lines;
-  const char *const *list = Varn.GetParamList();
-  for (int i = 0; list && list[i] && i < 64; ++i) lines.emplace_back(list[i]);
-  return lines;
+// The UCI line of a spin option.
+std::string SpinLine(const SpinOption &option) {
+  return "option name " + option.name + " type spin default " + std::to_string(option.defaultValue) + " min " +
+         std::to_string(option.minimum) + " max " + std::to_string(option.maximum);
 }
 
-// Every parameter the library knows, announced ones first.
-void CollectParameters() {
-  Parameters.clear();
-  for (const std::string &line : LibraryOptionLines()) {
-    std::string name = OptionName(line);
-    if (!name.empty()) Parameters.push_back({name, "", false});
+// A host option with its range.
+SpinOption HostSpin(const char *name, int32_t defaultValue, int32_t minimum, int32_t maximum) {
+  SpinOption option;
+  option.name = name;
+  option.defaultValue = defaultValue;
+  option.minimum = minimum;
+  option.maximum = maximum;
+  option.line = SpinLine(option);
+  return option;
+}
+
+// Reads "option name <words> type spin default D min A max B"; false for any
+// other form.
+bool ReadSpinLine(const std::string &line, SpinOption &option) {
+  const std::vector<std::string> words = SplitWords(line);
+  size_t i = 2;
+  if (words.size() < 3 || words[0] != "option" || words[1] != "name") return false;
+  std::string name;
+  for (; i < words.size() && words[i] != "type"; ++i) name += (name.empty() ? "" : " ") + words[i];
+  if (name.empty() || i + 8 != words.size() || words[i + 1] != "spin" || words[i + 2] != "default" ||
+      words[i + 4] != "min" || words[i + 6] != "max")
+    return false;
+  option.name = name;
+  option.defaultValue = ParseDecimal(words[i + 3].c_str());
+  option.minimum = ParseDecimal(words[i + 5].c_str());
+  option.maximum = ParseDecimal(words[i + 7].c_str());
+  option.library = true;
+  option.line = line;
+  return true;
+}
+
+// The library's announced lines, then its hidden parameters read from the
+// core (the default after a reset, the range as the clamp of extreme values),
+// then the host's own spin options.
+void CollectOptions() {
+  Spins.clear();
+  const char *const *list = Varn.GetParamList();
+  for (int i = 0; list && list[i] && i < 64; ++i) {
+    SpinOption option;
+    if (ReadSpinLine(list[i], option)) Spins.push_back(option);
   }
-  for (const char *line : HiddenParameterLines) Parameters.push_back({OptionName(line), "", false});
+  for (const auto &hidden : HiddenParameters) {
+    SpinOption option;
+    option.name = hidden.name;
+    SetParameterDefaults();
+    option.defaultValue = *hidden.variable;
+    SetParameter(hidden.name, "-2147483648");
+    option.minimum = *hidden.variable;
+    SetParameter(hidden.name, "2147483647");
+    option.maximum = *hidden.variable;
+    option.library = true;
+    option.line = SpinLine(option);
+    Spins.push_back(option);
+  }
+  SetParameterDefaults();
+  Spins.push_back(HostSpin(HashName, DefaultHashMb, 1, 1024));
+  Spins.push_back(HostSpin(OverheadName, PlanSettings().moveOverheadMs, 0, 5000));
+  for (SpinOption &option : Spins) option.value = option.defaultValue;
+}
+
+// The current value of a spin option, or fallback when there is none.
+int32_t SpinValue(const char *name, int32_t fallback) {
+  for (const SpinOption &option : Spins)
+    if (option.name == name) return option.value;
+  return fallback;
 }
 
 // A writable copy of text for the library's in-place tokenizer.
@@ -94,56 +148,59 @@ void Say(const std::string &line) {
 bool StartEngine(std::string &error) {
   if (!LoadVarnLibrary(error)) return false;
   Varn.Init(&HostCallbacks, 0, DefaultHashMb * 1024);
-  CollectParameters();
+  CollectOptions();
   return true;
 }
 
 void StopEngine() { Varn.Quit(); }
 
 std::vector<std::string> OptionLines() {
-  std::vector<std::string> lines = LibraryOptionLines();
-  lines.insert(lines.end(), std::begin(HiddenParameterLines), std::end(HiddenParameterLines));
-  lines.push_back("option name Hash type spin default 32 min 1 max 1024");
+  std::vector<std::string> lines;
+  for (const SpinOption &option : Spins) lines.push_back(option.line);
   lines.push_back("option name Ponder type check default false");
   lines.push_back("option name Clear Hash type button");
   return lines;
 }
 
-void SetOption(const std::string &name, const std::string &value) {
-  if (SameName(name, "Hash")) {
-    char *end = nullptr;
-    long megabytes = std::strtol(value.c_str(), &end, 10);
-    if (end != value.c_str()) WantedHashMb = int(std::clamp<long>(megabytes, 1, 1024));
-    return;
-  }
+std::string SetOption(const std::string &name, const std::string &value) {
   if (SameName(name, "Clear Hash")) {
     RequestClearHash();
-    return;
+    return "";
   }
-  if (value.empty()) return;
-  for (Parameter &parameter : Parameters) {
-    if (SameName(name, parameter.name)) {
-      parameter.value = value;
-      parameter.pending = true;
-    }
+  if (SameName(name, "Ponder")) {
+    return SameName(value, "true") || SameName(value, "false") ? "" : "option Ponder needs true or false";
   }
+  for (SpinOption &option : Spins) {
+    if (!SameName(name, option.name)) continue;
+    char *end = nullptr;
+    errno = 0;
+    const long long number = std::strtoll(value.c_str(), &end, 10);
+    if (value.empty() || *end != '\0') return "option " + option.name + " needs a whole number";
+    option.value = errno == ERANGE ? (number < 0 ? option.minimum : option.maximum)
+                                   : int32_t(std::clamp<long long>(number, option.minimum, option.maximum));
+    option.chosen = true;
+    option.pending = option.library;
+    return "";
+  }
+  return "unknown option " + name;
 }
 
 void RequestClearHash() { ClearHashPending = true; }
 
 void SyncEngine() {
-  if (WantedHashMb != LibraryHashMb) {
+  const int wantedHashMb = SpinValue(HashName, DefaultHashMb);
+  if (wantedHashMb != LibraryHashMb) {
     // A new table size needs a fresh start, which also resets every parameter.
     Varn.Quit();
-    Varn.Init(&HostCallbacks, 0, WantedHashMb * 1024);
-    LibraryHashMb = WantedHashMb;
+    Varn.Init(&HostCallbacks, 0, wantedHashMb * 1024);
+    LibraryHashMb = wantedHashMb;
     ClearHashPending = false;
-    for (Parameter &parameter : Parameters) parameter.pending = !parameter.value.empty();
+    for (SpinOption &option : Spins) option.pending = option.library && option.chosen;
   }
-  for (Parameter &parameter : Parameters) {
-    if (!parameter.pending) continue;
-    Varn.SetParam(parameter.name.c_str(), parameter.value.c_str());
-    parameter.pending = false;
+  for (SpinOption &option : Spins) {
+    if (!option.pending) continue;
+    Varn.SetParam(option.name.c_str(), std::to_string(option.value).c_str());
+    option.pending = false;
   }
   if (ClearHashPending) {
     Varn.ClearHashtable();
@@ -151,12 +208,11 @@ void SyncEngine() {
   }
 }
 
-int BlitzSpeed() {
-  for (const Parameter &parameter : Parameters) {
-    if (parameter.name == "BlitzPlayingSpeed" && !parameter.value.empty())
-      return std::clamp(std::atoi(parameter.value.c_str()), 25, 35);
-  }
-  return DefaultBlitzSpeed;
+PlanSettings CurrentPlanSettings() {
+  PlanSettings settings;
+  settings.blitzSpeed = SpinValue(BlitzSpeedName, settings.blitzSpeed);
+  settings.moveOverheadMs = SpinValue(OverheadName, settings.moveOverheadMs);
+  return settings;
 }
 
 void ApplyPosition() {

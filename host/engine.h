@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "report.h"
+#include "timeplan.h"
 
 // Writes one line to standard output, whole, from any thread.
 void Say(const std::string &line);
@@ -16,12 +17,14 @@ bool StartEngine(std::string &error);
 // Frees the library's tables at exit.
 void StopEngine();
 
-// The option lines of the "uci" answer, library lines first.
+// The option lines of the "uci" answer: the library's parameters (announced
+// ones first), then the host's own options.
 std::vector<std::string> OptionLines();
 
-// Records "setoption name <name> [value <value>]"; unknown names are ignored.
-// The library sees the change at the next SyncEngine.
-void SetOption(const std::string &name, const std::string &value);
+// Records "setoption name <name> [value <value>]", the name in any letter
+// case; returns "" or why nothing was set. The library sees the change at the
+// next SyncEngine.
+std::string SetOption(const std::string &name, const std::string &value);
 
 // Applies pending option changes (a new hash size re-initialises the library
 // and re-applies every parameter). Only while no search runs.
@@ -30,8 +33,8 @@ void SyncEngine();
 // Asks for an empty hash table at the next SyncEngine.
 void RequestClearHash();
 
-// Current value of the blitz speed parameter as the host last set it.
-int BlitzSpeed();
+// The time plan's settings from the current options.
+PlanSettings CurrentPlanSettings();
 
 // Hands the game's position to the library. Only while no search runs.
 void ApplyPosition();

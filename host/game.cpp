@@ -2,6 +2,7 @@
 // the engine core's own move generator and make routine.
 #include "game.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 
@@ -22,6 +23,8 @@ struct Game {
   bool legal = true;
   std::vector<std::string> fens{StartPositionFen};
   std::vector<std::string> moves;
+  int halfmoveClock = 0;   // of the last position
+  int fullmoveNumber = 1;
 };
 
 Game Current;
@@ -166,6 +169,10 @@ std::string SetGamePosition(const std::vector<std::string> &words, size_t first)
     const std::string why = fields.empty() ? "no FEN" : CheckFen(fields, fen);
     game.fromStart = false;
     game.fens[0] = fen;
+    // The move counters are only shown by "d"; bounded so that counting on
+    // cannot overflow.
+    if (fields.size() > 4) game.halfmoveClock = std::clamp(ParseDecimal(fields[4].c_str()), 0, 1000000000);
+    if (fields.size() > 5) game.fullmoveNumber = std::clamp(ParseDecimal(fields[5].c_str()), 1, 1000000000);
     if (!why.empty()) {
       game.legal = false;
       Current = game;
@@ -184,6 +191,8 @@ std::string SetGamePosition(const std::vector<std::string> &words, size_t first)
         break;
       }
       const int side = SideToMove;
+      game.halfmoveClock = MovePiece(move) == 1 || MoveCaptured(move) ? 0 : game.halfmoveClock + 1;
+      game.fullmoveNumber += side == Black;
       PlayGameMove(side, move);
       SideToMove = 1 - side;
       game.moves.push_back(words[i]);
@@ -208,6 +217,35 @@ std::vector<std::string> GameLegalMoves() {
   const int count = LegalRootMoves(SideToMove);
   for (int i = 1; i <= count; ++i) moves.push_back(MoveName(MoveStack[i]));
   return moves;
+}
+
+bool GameInCheck() {
+  if (!Current.legal) return false;
+  LoadCore(Current.fens.back());
+  return InCheck(SideToMove) != 0;
+}
+
+std::vector<std::string> GameDiagram() {
+  const std::string &fen = Current.fens.back();
+  const std::string rule = " +---+---+---+---+---+---+---+---+";
+  std::vector<std::string> lines{rule};
+  std::string row = " |";
+  int rank = 8;
+  for (size_t i = 0; i < fen.size() && fen[i] != ' '; ++i) {
+    if (fen[i] == '/') continue;
+    const bool empty = fen[i] >= '1' && fen[i] <= '8';
+    for (int n = empty ? fen[i] - '0' : 1; n > 0; --n) row += std::string(" ") + (empty ? ' ' : fen[i]) + " |";
+    if (row.size() >= rule.size()) {
+      lines.push_back(row + " " + std::to_string(rank--));
+      lines.push_back(rule);
+      row = " |";
+    }
+  }
+  lines.push_back("   a   b   c   d   e   f   g   h");
+  lines.push_back("Fen: " + fen + " " + std::to_string(Current.halfmoveClock) + " " +
+                  std::to_string(Current.fullmoveNumber));
+  lines.push_back(std::string("Side to move: ") + (GameWhiteToMove() ? "white" : "black"));
+  return lines;
 }
 
 void GameHandover(std::string &fen, std::string &moves) {

@@ -25,6 +25,13 @@ const std::vector<std::string> &GameMoves();
 // The legal moves of the current position in UCI text.
 std::vector<std::string> GameLegalMoves();
 
+// True when the side to move is in check.
+bool GameInCheck();
+
+// The current position for "d": a board diagram, its FEN with move counters
+// and the side to move. Only for a legal position.
+std::vector<std::string> GameDiagram();
+
 // What the library needs: a FEN ("" for the start position) and the last
 // moves, at most MaxLibraryMoves of them, separated by blanks.
 void GameHandover(std::string &fen, std::string &moves);

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cctype>
 
+#include "phase.h"
+
 LineReport ReadLineReport(const std::string &text) {
   LineReport report;
   std::string line = text;
@@ -16,10 +18,17 @@ LineReport ReadLineReport(const std::string &text) {
   return report;
 }
 
+int32_t MateMoves(int32_t score) {
+  // A side mated at ply p scores p - ScoreInfinite; the mating side's moves
+  // are its half of the plies, rounded up.
+  if (score > MateThreshold) return (ScoreInfinite - score + 1) / 2;
+  if (score < -MateThreshold) return -std::max(1, (ScoreInfinite + score) / 2);
+  return 0;
+}
+
 std::string ScoreText(int32_t score) {
-  if (score > 29000) return "mate " + std::to_string((30000 - score + 1) / 2);
-  if (score < -29000) return "mate -" + std::to_string(std::max(1, (30000 + score) / 2));
-  return "cp " + std::to_string(score);
+  const int32_t mate = MateMoves(score);
+  return mate ? "mate " + std::to_string(mate) : "cp " + std::to_string(score);
 }
 
 std::string LowerCase(std::string text) {

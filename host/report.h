@@ -15,6 +15,10 @@ struct LineReport {
 // Reads a line report's text ("m1 m2 ... ", "m1!" or "m1?").
 LineReport ReadLineReport(const std::string &text);
 
+// Moves to mate for a library score: positive when the side to move mates,
+// negative when it is mated, 0 for a score that is no mate.
+int32_t MateMoves(int32_t score);
+
 // The UCI score text for a library score: "cp S" or "mate M".
 std::string ScoreText(int32_t score);
 

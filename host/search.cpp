@@ -24,7 +24,10 @@ struct ReportState {
   uint32_t nodes = 0;
   uint32_t lineNodes = 0;    // node count of the last line report
   std::string bestLine;      // last exact line, moves in GUI notation
+  int32_t bestDepth = 0;     // its depth and score
+  int32_t bestScore = 0;
   std::string fallbackMove;  // the root list's front move, or the last fail high
+  std::string fallbackScore; // " score ..." of a fail high, "" for a front move
   bool quiet = false;
 };
 
@@ -36,6 +39,7 @@ struct SharedState {
   bool stopRequested = false;
   bool ponderHit = false;
   bool nodesReached = false; // a report reached the plan's node limit
+  bool mateFound = false;    // a line reached the plan's mate limit
   bool watchdogQuit = false;
   SearchPlan plan;
   Clock::time_point goTime;
@@ -61,10 +65,29 @@ int64_t ElapsedSinceGo() {
   return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - State.goTime).count();
 }
 
+// The words of an info line from depth to score, for a search so far.
+std::string InfoHead(int32_t depth, const std::string &score) {
+  const int64_t ms = ElapsedSinceGo();
+  const int64_t nps = int64_t(Report.nodes) * 1000 / std::max<int64_t>(1, ms);
+  return "info depth " + std::to_string(depth) + " nodes " + std::to_string(Report.nodes) + " time " +
+         std::to_string(ms) + " nps " + std::to_string(nps) + score;
+}
+
 // Tells the watchdog when a report reached the plan's node limit.
 void NoteNodes() {
   std::lock_guard<std::mutex> guard(StateLock);
   if (State.plan.nodeLimit >= 0 && int64_t(Report.nodes) >= State.plan.nodeLimit) State.nodesReached = true;
+  StateChanged.notify_all();
+}
+
+// Ends a "go mate N" search once an exact line mates in N moves or fewer. The
+// stop is set here, inside the report, so no deeper line follows it.
+void NoteMate(int32_t score) {
+  std::lock_guard<std::mutex> guard(StateLock);
+  const int32_t mate = MateMoves(score);
+  if (mate < 1 || mate > State.plan.mateMoves) return;
+  State.mateFound = true;
+  Varn.StopAnalyse();
   StateChanged.notify_all();
 }
 
@@ -81,7 +104,10 @@ void OnDepth(int32_t depth, int32_t) { Report.depth = depth; }
 void OnCurrentMove(const char *move, int32_t index, int32_t) {
   if (!move || !*move) return;
   // The front of the root list is the best move of the last iteration.
-  if (index == 1) Report.fallbackMove = LowerCase(move);
+  if (index == 1) {
+    Report.fallbackMove = LowerCase(move);
+    Report.fallbackScore.clear();
+  }
   NoteNodes();
   if (Report.quiet) return;
   Say("info depth " + std::to_string(Report.depth) + " currmove " + LowerCase(move) + " currmovenumber " +
@@ -99,15 +125,16 @@ void OnLine(const char *text, int32_t score) {
   for (const std::string &move : report.moves) pv += " " + move;
   if (bound.empty()) {
     Report.bestLine = pv.substr(1);
+    Report.bestDepth = Report.depth;
+    Report.bestScore = score;
+    NoteMate(score);
   } else if (bound == " lowerbound") {
     Report.fallbackMove = report.moves[0];
+    Report.fallbackScore = " score " + ScoreText(score) + bound;
   }
   NoteNodes();
   if (Report.quiet) return;
-  const int64_t ms = ElapsedSinceGo();
-  const int64_t nps = int64_t(Report.nodes) * 1000 / std::max<int64_t>(1, ms);
-  Say("info depth " + std::to_string(Report.depth) + " nodes " + std::to_string(Report.nodes) + " time " +
-      std::to_string(ms) + " nps " + std::to_string(nps) + " score " + ScoreText(score) + bound + " pv" + pv);
+  Say(InfoHead(Report.depth, " score " + ScoreText(score) + bound) + " pv" + pv);
 }
 
 // True once the search must end: a stop, the node limit or the deadline
@@ -117,7 +144,7 @@ bool StopDue(Clock::time_point now) {
   const bool clockRuns = !(s.plan.ponder && !s.ponderHit);
   const bool timeUp = clockRuns && s.plan.stopAfterMs >= 0 &&
                       now >= s.clockBase + std::chrono::milliseconds(s.plan.stopAfterMs);
-  return s.stopRequested || s.nodesReached || timeUp;
+  return s.stopRequested || s.nodesReached || s.mateFound || timeUp;
 }
 
 // The deadline after now, if any.
@@ -183,7 +210,7 @@ void SetLimit(const SearchPlan &plan) {
 // library's own clock ended it before it reported a line and the host's time
 // is not up, the wait a held bestmove needs, then bestmove. Without a line
 // the library's front root move is played, else the host's move.
-void RunSearch(SearchPlan plan, std::string hostMove) {
+void RunSearch(SearchPlan plan, std::string hostMove, std::string noMoveScore) {
   SetLimit(plan);
   const int32_t result = Analyse(plan.ponder);
   bool followUp = false;
@@ -201,12 +228,19 @@ void RunSearch(SearchPlan plan, std::string hostMove) {
   }
   std::string best = WordAt(Report.bestLine, 0);
   std::string ponder = WordAt(Report.bestLine, 1);
-  if (best.empty()) best = Report.fallbackMove;
-  if (best.empty()) best = hostMove;
+  // The last word before bestmove: the line played, with its depth and score
+  // where the library reported them.
+  std::string info = InfoHead(Report.bestDepth, " score " + ScoreText(Report.bestScore)) + " pv " + Report.bestLine;
+  if (best.empty()) {
+    best = Report.fallbackMove.empty() ? hostMove : Report.fallbackMove;
+    info = InfoHead(Report.depth, Report.fallbackMove.empty() ? "" : Report.fallbackScore) + " pv " + best;
+  }
   if (result != 0 || best.empty()) {
     best = "0000";
     ponder.clear();
+    info = InfoHead(Report.depth, noMoveScore.empty() ? "" : " score " + noMoveScore);
   }
+  Say(info);
   Say("bestmove " + best + (ponder.empty() ? "" : " ponder " + ponder));
   std::lock_guard<std::mutex> guard(StateLock);
   State.active = false;
@@ -226,7 +260,7 @@ void StopWatchdog() {
   if (WatchdogThread.joinable()) WatchdogThread.join();
 }
 
-std::string StartSearch(const SearchPlan &plan, const std::string &hostMove) {
+std::string StartSearch(const SearchPlan &plan, const std::string &hostMove, const std::string &noMoveScore) {
   if (SearchThread.joinable()) SearchThread.join();
   if (!Report.bestLine.empty()) PreviousLine = Report.bestLine;
   Report = ReportState();
@@ -242,7 +276,7 @@ std::string StartSearch(const SearchPlan &plan, const std::string &hostMove) {
   }
   try {
     if (!WatchdogThread.joinable()) WatchdogThread = std::thread(Watchdog);
-    SearchThread = std::thread(RunSearch, plan, hostMove);
+    SearchThread = std::thread(RunSearch, plan, hostMove, noMoveScore);
   } catch (const std::exception &error) {
     std::lock_guard<std::mutex> guard(StateLock);
     State.active = false;
@@ -290,6 +324,11 @@ void SetReportsQuiet(bool quiet) {
 }
 
 uint32_t LastLineNodes() { return Report.lineNodes; }
+
+void AnswerAtOnce(const std::string &move, const std::string &score) {
+  Say("info depth 0 nodes 0 time 0" + (score.empty() ? "" : " score " + score) + (move.empty() ? "" : " pv " + move));
+  Say("bestmove " + (move.empty() ? "0000" : move));
+}
 
 std::string PreviousSearchLine() {
   return Report.bestLine.empty() ? PreviousLine : Report.bestLine;

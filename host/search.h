@@ -16,9 +16,10 @@ void StopWatchdog();
 
 // Runs the plan on a new search thread (starting the watchdog on first use);
 // the position must be set and no search may run. The thread ends with
-// exactly one "bestmove" line, hostMove when the library reported none.
+// a final info line and exactly one "bestmove" line, hostMove when the library
+// reported none; noMoveScore is the score shown when there is no legal move.
 // Returns "" or why no thread could be started (then nothing was written).
-std::string StartSearch(const SearchPlan &plan, const std::string &hostMove);
+std::string StartSearch(const SearchPlan &plan, const std::string &hostMove, const std::string &noMoveScore);
 
 // "stop": ends the search (once it has a move to give) and releases a held
 // bestmove.
@@ -38,6 +39,10 @@ void JoinSearch(bool stopFirst);
 
 // Bench support: reports are counted but not printed while quiet.
 void SetReportsQuiet(bool quiet);
+
+// Answers a "go" without a search: a final info line (with the score text
+// when one is known) and "bestmove move", "0000" when move is "".
+void AnswerAtOnce(const std::string &move, const std::string &score);
 
 // Node count sent with the last line report.
 uint32_t LastLineNodes();

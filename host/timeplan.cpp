@@ -61,6 +61,11 @@ GoRequest ParseGo(const std::vector<std::string> &words, size_t first) {
       request.ponder = true;
       continue;
     }
+    if (word == "searchmoves") {
+      // Its moves are skipped as unknown words: every move is searched.
+      request.searchMoves = true;
+      continue;
+    }
     int64_t *slot = word == "wtime"       ? &request.whiteTime
                     : word == "btime"     ? &request.blackTime
                     : word == "winc"      ? &request.whiteIncrement
@@ -70,6 +75,7 @@ GoRequest ParseGo(const std::vector<std::string> &words, size_t first) {
                     : word == "movetime"  ? &request.moveTime
                     : word == "nodes"     ? &request.nodes
                     : word == "mate"      ? &request.mate
+                    : word == "perft"     ? &request.perft
                                           : nullptr;
     if (slot && i + 1 < words.size() && ReadNumber(words[i + 1], *slot)) ++i;
   }
@@ -79,6 +85,7 @@ GoRequest ParseGo(const std::vector<std::string> &words, size_t first) {
 SearchPlan PlanSearch(const GoRequest &request, bool whiteToMove, const PlanSettings &settings) {
   SearchPlan plan;
   plan.nodeLimit = request.nodes;
+  plan.mateMoves = request.mate;
   plan.ponder = request.ponder;
   plan.hold = request.ponder;
   const int64_t clockMs = whiteToMove ? request.whiteTime : request.blackTime;

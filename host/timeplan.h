@@ -15,6 +15,8 @@ struct GoRequest {
   int64_t moveTime = -1;
   int64_t nodes = -1;
   int64_t mate = -1;
+  int64_t perft = -1;        // asked for, not honoured: answered at once
+  bool searchMoves = false;  // asked for, not honoured: all moves are searched
   bool infinite = false;
   bool ponder = false;
 };
@@ -33,6 +35,7 @@ struct SearchPlan {
   bool hold = false;        // bestmove waits for stop (infinite, ponder)
   int64_t stopAfterMs = -1; // host stops the search then and plays its best move so far
   int64_t nodeLimit = -1;   // host stops the search once a report shows as many nodes
+  int64_t mateMoves = -1;   // host stops the search once a mate in this many moves is reported
 };
 
 // The host's settings that shape a plan.

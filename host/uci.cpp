@@ -16,8 +16,9 @@
 namespace {
 
 // Words that begin a command; anything before the first one is skipped.
-constexpr const char *CommandWords[] = {"uci",  "isready",   "setoption", "ucinewgame", "position", "go",
-                                        "stop", "ponderhit", "quit",      "bench",      "debug",    "register"};
+constexpr const char *CommandWords[] = {"uci",   "isready", "setoption", "ucinewgame", "position",
+                                        "go",    "stop",    "ponderhit", "quit",       "bench",
+                                        "debug", "register", "d"};
 
 // Depth of a command-line "go" that names no limit.
 constexpr int CommandLineDepth = 12;
@@ -37,14 +38,26 @@ void AnswerUci() {
   Say("uciok");
 }
 
-// "setoption name <name words> [value <value words>]".
+// "setoption name <name words> [value <value words>]"; what cannot be set is
+// named in an info string.
 void HandleSetOption(const std::vector<std::string> &words, size_t first) {
-  if (first >= words.size() || words[first] != "name") return;
   std::string name, value;
   size_t i = first + 1;
   for (; i < words.size() && words[i] != "value"; ++i) name += (name.empty() ? "" : " ") + words[i];
   for (++i; i < words.size(); ++i) value += (value.empty() ? "" : " ") + words[i];
-  SetOption(name, value);
+  const std::string refused =
+      first < words.size() && words[first] == "name" && !name.empty() ? SetOption(name, value)
+                                                                       : "setoption needs name <option> [value <value>]";
+  if (!refused.empty()) Say("info string " + refused);
+}
+
+// "d": the host's position as a diagram and a FEN.
+void ShowPosition() {
+  if (!GameIsLegal()) {
+    Say("info string no position to show: the last one was refused");
+    return;
+  }
+  for (const std::string &line : GameDiagram()) Say(line);
 }
 
 // The move played when the library reports none in time: the previous
@@ -63,33 +76,41 @@ std::string HostMove() {
 
 // "go ...": ends any running search, brings the library up to date and starts
 // the new one; on the command line it also waits for the bestmove. A refused
-// position is answered at once with the null move.
+// position, a spent clock and perft are answered at once.
 void HandleGo(const std::vector<std::string> &words, size_t first, bool commandLine) {
   JoinSearch(true);
   if (!GameIsLegal()) {
-    Say("bestmove 0000");
+    AnswerAtOnce("", "");
     return;
   }
   GoRequest request = ParseGo(words, first);
+  const std::string hostMove = HostMove();
+  const std::string noMoveScore = hostMove.empty() ? (GameInCheck() ? "mate 0" : "cp 0") : "";
+  if (request.perft >= 0) {
+    Say("info string perft is not supported: answering with a move at once");
+    AnswerAtOnce(hostMove, noMoveScore);
+    return;
+  }
+  if (request.searchMoves) Say("info string searchmoves is not supported: searching all moves");
+  if (request.depth >= 0 && request.depth < MinimumReportedDepth)
+    Say("info string depth " + std::to_string(request.depth) + " is searched to depth " +
+        std::to_string(MinimumReportedDepth) + ", the least the engine reports");
   const bool noLimit = !request.infinite && !request.ponder && request.depth < 0 && request.moveTime < 0 &&
                        request.whiteTime < 0 && request.blackTime < 0;
   if (commandLine && noLimit) request.depth = CommandLineDepth;
-  PlanSettings settings;
-  settings.blitzSpeed = BlitzSpeed();
-  const std::string hostMove = HostMove();
-  const SearchPlan plan = PlanSearch(request, GameWhiteToMove(), settings);
+  const SearchPlan plan = PlanSearch(request, GameWhiteToMove(), CurrentPlanSettings());
   // A spent clock leaves no time for a search: answer before the thread and
   // the library's set-up cost anything.
-  if (plan.stopAfterMs == 0 && !plan.hold && !hostMove.empty()) {
-    Say("bestmove " + hostMove);
+  if (plan.stopAfterMs == 0 && !plan.hold) {
+    AnswerAtOnce(hostMove, noMoveScore);
     return;
   }
   SyncEngine();
   ApplyPosition();
-  const std::string error = StartSearch(plan, hostMove);
+  const std::string error = StartSearch(plan, hostMove, noMoveScore);
   if (!error.empty()) {
     std::fprintf(stderr, "varn: cannot start a search thread (%s); answering without a search\n", error.c_str());
-    Say("bestmove " + (hostMove.empty() ? "0000" : hostMove));
+    AnswerAtOnce(hostMove, noMoveScore);
     return;
   }
   if (commandLine && !SearchHolds()) JoinSearch(false);
@@ -99,7 +120,10 @@ void HandleGo(const std::vector<std::string> &words, size_t first, bool commandL
 bool RunCommand(const std::vector<std::string> &words, bool commandLine) {
   size_t at = 0;
   while (at < words.size() && !IsCommandWord(words[at])) ++at;
-  if (at == words.size()) return true;
+  if (at == words.size()) {
+    if (!words.empty()) Say("info string unknown command " + words[0]);
+    return true;
+  }
   const std::string &command = words[at];
   const size_t rest = at + 1;
   if (command == "uci") {
@@ -126,6 +150,8 @@ bool RunCommand(const std::vector<std::string> &words, bool commandLine) {
     JoinSearch(true);
     SyncEngine();
     RunBench(rest < words.size() ? std::atoi(words[rest].c_str()) : 0);
+  } else if (command == "d") {
+    ShowPosition();
   } else if (command == "quit") {
     return false;
   }

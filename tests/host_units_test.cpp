@@ -74,6 +74,11 @@ TEST(PlanLimits, PonderHoldsAndNodesAreTheHostsToCount) {
   const SearchPlan nodes = PlanSearch(ParseGo(SplitWords("nodes 20000"), 0), true, PlanSettings());
   EXPECT_EQ(nodes.nodeLimit, 20000);
   EXPECT_FALSE(nodes.hold);
+  // The moves after searchmoves are skipped, not read as limits.
+  const GoRequest odd = ParseGo(SplitWords("searchmoves e2e4 d2d4 depth 6 perft 3"), 0);
+  EXPECT_TRUE(odd.searchMoves);
+  EXPECT_EQ(odd.depth, 6);
+  EXPECT_EQ(odd.perft, 3);
 }
 
 TEST(ReportText, LinesBoundsAndScores) {

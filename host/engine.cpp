@@ -9,7 +9,7 @@
 #include <mutex>
 
 #include "game.h"
-#include "interface.h"
+#include "parameters.h"
 #include "library.h"
 #include "search.h"
 
@@ -24,18 +24,6 @@ struct SpinOption {
   int32_t value = 0;      // the GUI's choice, clamped to the range
   bool chosen = false;    // the GUI set it since the start
   bool pending = false;   // the library has not been given it yet
-};
-
-// The parameters the library accepts without announcing them, as variables of
-// the engine core linked here; defaults and ranges come from the core's table.
-const struct {
-  const char *name;
-  const int32_t *variable;
-} HiddenParameters[] = {
-    {"CheckExtensions", &CheckExtensions},       {"FutilityPruning", &FutilityPruning},
-    {"MaterialTrade", &MaterialTrade},           {"OffensiveAsymmetry", &OffensiveAsymmetry},
-    {"SafetyAsymmetry", &SafetyAsymmetry},       {"OffensiveScale", &OffensiveScale},
-    {"SafetyScale", &SafetyScale},
 };
 
 constexpr const char *HashName = "Hash";
@@ -92,9 +80,8 @@ bool ReadSpinLine(const std::string &line, SpinOption &option) {
   return true;
 }
 
-// The library's announced lines, then its hidden parameters read from the
-// core (the default after a reset, the range as the clamp of extreme values),
-// then the host's own spin options.
+// The library's announced lines, then the rest of the core's parameter table
+// (accepted by name but not announced), then the host's own spin options.
 void CollectOptions() {
   Spins.clear();
   const char *const *list = Varn.GetParamList();
@@ -102,20 +89,13 @@ void CollectOptions() {
     SpinOption option;
     if (ReadSpinLine(list[i], option)) Spins.push_back(option);
   }
-  for (const auto &hidden : HiddenParameters) {
-    SpinOption option;
-    option.name = hidden.name;
-    SetParameterDefaults();
-    option.defaultValue = *hidden.variable;
-    SetParameter(hidden.name, "-2147483648");
-    option.minimum = *hidden.variable;
-    SetParameter(hidden.name, "2147483647");
-    option.maximum = *hidden.variable;
+  for (const Parameter &parameter : Parameters) {
+    if (std::any_of(Spins.begin(), Spins.end(), [&](const SpinOption &o) { return o.name == parameter.name; }))
+      continue;
+    SpinOption option = HostSpin(parameter.name, parameter.defaultValue, parameter.minimum, parameter.maximum);
     option.library = true;
-    option.line = SpinLine(option);
     Spins.push_back(option);
   }
-  SetParameterDefaults();
   Spins.push_back(HostSpin(HashName, DefaultHashMb, 1, 1024));
   Spins.push_back(HostSpin(OverheadName, PlanSettings().moveOverheadMs, 0, 5000));
   for (SpinOption &option : Spins) option.value = option.defaultValue;
@@ -154,7 +134,7 @@ bool StartEngine(std::string &error) {
 
 void StopEngine() { Varn.Quit(); }
 
-std::vector<std::string> OptionLines() {
+std::vector<std::string> UciOptionLines() {
   std::vector<std::string> lines;
   for (const SpinOption &option : Spins) lines.push_back(option.line);
   lines.push_back("option name Ponder type check default false");

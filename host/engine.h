@@ -19,7 +19,7 @@ void StopEngine();
 
 // The option lines of the "uci" answer: the library's parameters (announced
 // ones first), then the host's own options.
-std::vector<std::string> OptionLines();
+std::vector<std::string> UciOptionLines();
 
 // Records "setoption name <name> [value <value>]", the name in any letter
 // case; returns "" or why nothing was set. The library sees the change at the

@@ -34,7 +34,7 @@ bool IsCommandWord(const std::string &word) {
 void AnswerUci() {
   Say(std::string("id name ") + Varn.GetVersion());
   Say(std::string("id author ") + Varn.GetAuthor());
-  for (const std::string &line : OptionLines()) Say(line);
+  for (const std::string &line : UciOptionLines()) Say(line);
   Say("uciok");
 }
 

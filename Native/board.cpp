@@ -4,7 +4,6 @@
 #include <cstring>
 #include <initializer_list>
 
-#include "attacks.h"
 
 int32_t Board[64];
 int32_t MoveCounter[64];
@@ -97,15 +96,14 @@ int CheckedEnPassant(int square, int side) {
   return Rank(square) == 2 && Board[square + 8] == Pawn ? square : 0;
 }
 
-// One king per side and the side not to move not in check: anything else
-// cannot be searched safely.
-int PositionIsPlayable(int side) {
+// One king per side: anything else cannot be searched safely.
+int KingsArePlayable() {
   int whiteKings = 0, blackKings = 0;
   for (int s = 0; s < 64; ++s) {
     whiteKings += Board[s] == King;
     blackKings += Board[s] == -King;
   }
-  return whiteKings == 1 && blackKings == 1 && !InCheck(side ? Black : White);
+  return whiteKings == 1 && blackKings == 1;
 }
 
 }  // namespace
@@ -219,9 +217,8 @@ void SetStartPosition() {
   SetUpFromTokens(slots, count);
 }
 
-// Clears the game record and sets the position from FEN tokens. A board that
-// cannot be searched safely (not exactly one king per side, or the side not
-// to move in check) gives the start position instead.
+// Clears the game record and sets the position from FEN tokens. A board
+// without exactly one king per side gives the start position instead.
 void SetUpFromTokens(TokenSlot *slots, int count) {
   GamePhase = 0;
   GameMoveCount = 0;
@@ -229,7 +226,7 @@ void SetUpFromTokens(TokenSlot *slots, int count) {
   std::memset(GameKeyHistory, 0, sizeof GameKeyHistory);
   WhiteSide.castled = BlackSide.castled = 0;
   SideToMove = ReadFenFields(slots, count);
-  if (!PositionIsPlayable(SideToMove)) SetStartPosition();
+  if (!KingsArePlayable()) SetStartPosition();
 }
 
 // Reads board, side, castling and en passant. Missing fields: empty ranks,

@@ -4,7 +4,6 @@
 #include "attacks.h"
 #include "board.h"
 #include "next.h"
-#include "parameters.h"
 #include "pawns.h"
 #include "score.h"
 
@@ -18,7 +17,6 @@ void InitEngineTables() {
   InitPositionKeys();
   SetStartPosition();
   ResetSearchState();
-  SetParameterDefaults();
   WhiteSide.castled = 0;
   BlackSide.castled = 0;
   InitEvaluationTables();

@@ -5,6 +5,7 @@
 #include <climits>
 #include <cstring>
 
+#include "attacks.h"
 #include "hash.h"
 #include "init.h"
 #include "make.h"
@@ -15,6 +16,66 @@
 #include "utility.h"
 
 VarnCallbacks Callbacks;
+
+const Parameter Parameters[ParameterCount] = {
+    {"CheckExtensions", &CheckExtensions, 60, 0, 60},
+    {"RecaptureExtensions", &RecaptureExtensions, 45, 0, 60},
+    {"PawnPushExtensions", &PawnPushExtensions, 45, 0, 60},
+    {"ThreatExtensions", &ThreatExtensions, 36, 0, 60},
+    {"SingleMoveExtensions", &SingleMoveExtensions, 45, 0, 60},
+    {"DrawScore", &DrawScore, 15, -50, 50},
+    {"FutilityPruning", &FutilityPruning, 0, 0, 500},
+    {"MaterialTrade", &MaterialTrade, 120, 0, 150},
+    {"OffensiveAsymmetry", &OffensiveAsymmetry, 0, -50, 50},
+    {"SafetyAsymmetry", &SafetyAsymmetry, 0, -50, 50},
+    {"OffensiveScale", &OffensiveScale, 100, 0, 200},
+    {"SafetyScale", &SafetyScale, 100, 0, 200},
+    {"BlitzPlayingSpeed", &BlitzPlayingSpeed, 26, 25, 35},
+};
+
+const char *const OptionLines[] = {
+    "option name RecaptureExtensions type spin default 45 min 0 max 60",
+    "option name PawnPushExtensions type spin default 45 min 0 max 60",
+    "option name ThreatExtensions type spin default 36 min 0 max 60",
+    "option name SingleMoveExtensions type spin default 45 min 0 max 60",
+    "option name DrawScore type spin default 15 min -50 max 50",
+    "option name BlitzPlayingSpeed type spin default 26 min 25 max 35",
+    nullptr,
+};
+
+// Blanks, an optional sign and digits; saturates rather than overflowing.
+int32_t ParseDecimal(const char *text) {
+  if (!text) return 0;
+  const char *p = text;
+  while (*p == ' ' || (*p >= '\t' && *p <= '\r')) ++p;
+  bool negative = *p == '-';
+  if (*p == '-' || *p == '+') ++p;
+  int64_t value = 0;
+  for (; *p >= '0' && *p <= '9'; ++p) {
+    value = value * 10 + (*p - '0');
+    if (value > INT32_MAX) value = int64_t(INT32_MAX) + 1;
+  }
+  if (negative) value = -value;
+  return int32_t(value > INT32_MAX ? INT32_MAX : value);
+}
+
+// Every parameter back to its default.
+void SetParameterDefaults() {
+  for (const Parameter &parameter : Parameters) *parameter.value = parameter.defaultValue;
+}
+
+// The first parameter of exactly this name takes the clamped value.
+void SetParameter(const char *name, const char *value) {
+  if (!name) return;
+  for (const Parameter &parameter : Parameters) {
+    if (std::strcmp(name, parameter.name) != 0) continue;
+    int32_t number = ParseDecimal(value);
+    if (number < parameter.minimum) number = parameter.minimum;
+    if (number > parameter.maximum) number = parameter.maximum;
+    *parameter.value = number;
+    return;
+  }
+}
 
 namespace {
 
@@ -149,6 +210,11 @@ void PlayGameText(const char *text) {
   }
 }
 
+void SetUpSearchablePosition(TokenSlot *slots, int count) {
+  SetUpFromTokens(slots, count);
+  if (InCheck(SideToMove ? Black : White)) SetStartPosition();
+}
+
 extern "C" {
 
 // Before VarnInit or after VarnQuit nothing is searched and 0 is returned.
@@ -175,6 +241,7 @@ const char *VarnGetVersion(void) { return "Varn 504"; }
 // kilobytes actually in use: smaller when the heap refused, 0 for none.
 int32_t VarnInit(const VarnCallbacks *callbacks, int32_t, int32_t hashKb) {
   Callbacks = callbacks ? *callbacks : VarnCallbacks{};
+  SetParameterDefaults();
   InitEngineTables();
   FreePawnHash();
   AllocatePawnHash();
@@ -220,7 +287,7 @@ void VarnSetParam(const char *name, const char *value) { SetParameter(name, valu
 void VarnSetPosition(char *fen) {
   if (!TablesBuilt()) return;
   const int count = SplitTokens(fen, HostTokens);
-  SetUpFromTokens(HostTokens, count);
+  SetUpSearchablePosition(HostTokens, count);
   RefreshNewPosition();
 }
 

@@ -4,10 +4,36 @@
 #pragma once
 
 #include "board.h"
-#include "parameters.h"
+#include "phase.h"
+#include "root.h"
 #include "search.h"
 #include "timer.h"
 #include "varn504.h"
+
+// The thirteen engine parameters a host sets by name (each variable lives
+// with the code that reads it): names, defaults, ranges and option lines.
+struct Parameter {
+  const char *name;
+  int32_t *value;
+  int32_t defaultValue;
+  int32_t minimum;
+  int32_t maximum;
+};
+
+// In the order names are matched.
+constexpr int ParameterCount = 13;
+extern const Parameter Parameters[ParameterCount];
+
+// The option lines announced to the host, then a null pointer.
+extern const char *const OptionLines[];
+
+// Decimal text as the C library's atoi reads it (blanks, sign, digits), but
+// saturating at the int32 range instead of overflowing; null gives 0.
+int32_t ParseDecimal(const char *text);
+// Sets the thirteen defaults.
+void SetParameterDefaults();
+// Sets one parameter by exact name from decimal text, clamped to its range.
+void SetParameter(const char *name, const char *value);
 
 // The engine's copy of the host's callbacks (a null slot is never called).
 extern VarnCallbacks Callbacks;
@@ -18,6 +44,11 @@ constexpr int LineTextSize = MaxPly * 6 + 8;
 // bytes: "e2e4!" for a fail high, "e2e4?" for a fail low, else every move
 // followed by a blank.
 char *LineText(char *buffer, int kind);
+
+// Sets the position from FEN tokens as the host's set-up does: a board the
+// search cannot handle (not one king per side, or the side not to move in
+// check) gives the start position instead.
+void SetUpSearchablePosition(TokenSlot *slots, int count);
 
 // Game record reader: the legal move a token names (0 for none), playing a
 // game move (0 when the record is full), and a whole text of moves.

@@ -3,9 +3,13 @@
 #include "phase.h"
 
 #include "attacks.h"
-#include "parameters.h"
 
 int32_t DrawValue[2];
+int32_t MaterialTrade;
+int32_t OffensiveAsymmetry;
+int32_t SafetyAsymmetry;
+int32_t OffensiveScale;
+int32_t SafetyScale;
 int32_t SafetyTable[2][64];
 int32_t OffensiveTable[2][128];
 

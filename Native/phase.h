@@ -8,6 +8,13 @@ constexpr int ScoreInfinite = 30000;
 constexpr int MateThreshold = 29000;
 
 extern int32_t DrawValue[2];  // [side]
+
+// Evaluation parameters the host sets by name.
+extern int32_t MaterialTrade;
+extern int32_t OffensiveAsymmetry;
+extern int32_t SafetyAsymmetry;
+extern int32_t OffensiveScale;
+extern int32_t SafetyScale;
 extern int32_t SafetyTable[2][64];
 extern int32_t OffensiveTable[2][128];
 

@@ -6,13 +6,13 @@
 #include "make.h"
 #include "moves.h"
 #include "next.h"
-#include "parameters.h"
 #include "phase.h"
 #include "search.h"
 #include "timer.h"
 #include "undo.h"
 
 Move RootMove;
+int32_t DrawScore;
 int32_t RootMoveIndex;
 int32_t BestMoveChangeDepth;
 int32_t RootScoreDropped;

@@ -23,6 +23,9 @@ extern int32_t RootMoveIndex;
 extern int32_t BestMoveChangeDepth;
 extern int32_t RootScoreDropped;
 
+// The root side's draw value, a parameter the host sets by name.
+extern int32_t DrawScore;
+
 // Searches the current position for side; 1 when it has no legal move.
 int RootSearch(int side, const RootReports &reports);
 int SearchDispatch(int side, int depth, int ply, int alpha, int beta, int nullAllowed);

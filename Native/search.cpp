@@ -7,7 +7,6 @@
 #include "hash.h"
 #include "make.h"
 #include "next.h"
-#include "parameters.h"
 #include "phase.h"
 #include "score.h"
 #include "timer.h"
@@ -15,6 +14,12 @@
 #include "varn504.h"
 
 uint32_t NodeCount;
+int32_t CheckExtensions;
+int32_t RecaptureExtensions;
+int32_t PawnPushExtensions;
+int32_t ThreatExtensions;
+int32_t SingleMoveExtensions;
+int32_t FutilityPruning;
 int32_t NodeCountdown;
 
 namespace {

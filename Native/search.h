@@ -8,6 +8,15 @@ constexpr int DepthUnit = 60;
 extern uint32_t NodeCount;     // nodes of the current search
 extern int32_t NodeCountdown;  // nodes left until the next time check in the tree
 
+// Parameters the host sets by name: extensions in sixtieths of a ply, and the
+// futility margin (0: no futility pruning).
+extern int32_t CheckExtensions;
+extern int32_t RecaptureExtensions;
+extern int32_t PawnPushExtensions;
+extern int32_t ThreatExtensions;
+extern int32_t SingleMoveExtensions;
+extern int32_t FutilityPruning;
+
 // [captured now][captured by the previous move]: the trades of equal value
 // whose recapture earns the recapture extension.
 constexpr bool EqualTrade[7][7] = {

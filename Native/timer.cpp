@@ -5,13 +5,13 @@
 #include <chrono>
 #include <cstdint>
 
-#include "parameters.h"
 
 int32_t TimeMode;
 int32_t DepthLimit;
 int32_t ClockTimeMs;
 int32_t IncrementMs;
 int32_t MovesToGo;
+int32_t BlitzPlayingSpeed;
 
 std::atomic<int32_t> StopSearch;
 std::atomic<int32_t> Pondering;

@@ -12,6 +12,8 @@ extern int32_t DepthLimit;
 extern int32_t ClockTimeMs;
 extern int32_t IncrementMs;
 extern int32_t MovesToGo;
+// Blitz clock shares, a parameter the host sets by name.
+extern int32_t BlitzPlayingSpeed;
 
 // Words shared with a second host thread while a search runs.
 extern std::atomic<int32_t> StopSearch;

@@ -9,7 +9,7 @@
 #include <mutex>
 
 #include "game.h"
-#include "parameters.h"
+#include "interface.h"
 #include "library.h"
 #include "search.h"
 

@@ -28,7 +28,7 @@ constexpr int Wide = ScoreInfinite;
 void SetPosition(const char *fen) {
   static TokenSlot slots[MaxTokens];
   int count = SplitTokens(fen, slots);
-  SetUpFromTokens(slots, count);
+  SetUpSearchablePosition(slots, count);
   ResetSearchState();
   DerivePositionState();
   DrawValue[SideToMove] = DrawScore;
@@ -159,6 +159,7 @@ int Usage() {
 }  // namespace
 
 int main(int argc, char **argv) {
+  SetParameterDefaults();
   InitEngineTables();
   AllocatePawnHash();
   if (argc >= 2 && std::strcmp(argv[1], "--bench") == 0) {

@@ -8,6 +8,7 @@
 
 #include "attacks.h"
 #include "init.h"
+#include "interface.h"
 #include "make.h"
 #include "moves.h"
 #include "undo.h"
@@ -37,7 +38,7 @@ int main(int argc, char **argv) {
   InitEngineTables();
   static TokenSlot slots[MaxTokens];
   const char *fen = std::strcmp(argv[1], "startpos") == 0 ? StartFen : argv[1];
-  SetUpFromTokens(slots, SplitTokens(fen, slots));
+  SetUpSearchablePosition(slots, SplitTokens(fen, slots));
   ResetSearchState();
   DerivePositionState();
   const int asked = std::atoi(argv[2]);

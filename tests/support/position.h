@@ -9,12 +9,14 @@
 
 #include "board.h"
 #include "init.h"
+#include "interface.h"
 #include "utility.h"
 
 // Builds the engine tables on first use.
 inline void EnsureEngineTables() {
   static bool built = false;
   if (!built) {
+    SetParameterDefaults();
     InitEngineTables();
     built = true;
   }
@@ -25,7 +27,7 @@ inline void SetFen(const char *fen) {
   EnsureEngineTables();
   static TokenSlot slots[MaxTokens];
   int count = SplitTokens(fen, slots);
-  SetUpFromTokens(slots, count);
+  SetUpSearchablePosition(slots, count);
   ResetSearchState();
   DerivePositionState();
 }

@@ -67,8 +67,7 @@ inline constexpr Bitboard &CornerH1 = CornerH[White];
 inline constexpr Bitboard &CornerA8 = CornerA[Black];
 inline constexpr Bitboard &CornerH8 = CornerH[Black];
 
-// Piece values by kind, and by the signed code on the board.
-constexpr int PieceValue[7] = {0, 100, 300, 300, 500, 900, 3000};
+// Piece values by the signed code on the board.
 constexpr int SignedPieceValue[13] = {3000, 900, 500, 300, 300, 100, 0, 100, 300, 300, 500, 900, 3000};
 inline int ValueOfCode(int code) { return SignedPieceValue[code + 6]; }
 

@@ -4,7 +4,6 @@
 #include <cstring>
 #include <initializer_list>
 
-
 int32_t Board[64];
 int32_t MoveCounter[64];
 SideRecord WhiteSide;

@@ -77,9 +77,9 @@ struct SideRecord {
   bool operator==(const SideRecord &) const = default;
 };
 
-// What one piece of each kind (none, pawn .. king) adds to its side's
-// counters; the king adds nothing.
-constexpr int MaterialOf[7] = {0, 100, 300, 300, 500, 900, 0};
+// Piece values by kind (none, pawn .. king), also what a piece adds to its
+// side's material (kings never enter the counters), and the counter weights.
+constexpr int PieceValue[7] = {0, 100, 300, 300, 500, 900, 3000};
 constexpr int UnitsOf[7] = {0, 0, 3, 3, 5, 9, 0};
 constexpr int MinorOf[7] = {0, 0, 1, 1, 0, 0, 0};
 constexpr int MajorOf[7] = {0, 0, 0, 0, 1, 2, 0};
@@ -230,9 +230,10 @@ inline void ClearRotated(int s) {
 // through these three, so Board, the side's bitboards, counters and king
 // square and the rotated boards cannot fall out of step.
 
-// Adds (sign 1) or takes away (sign -1) one piece of a kind in a side's counters.
+// Adds (sign 1) or takes away (sign -1) one piece of a kind (pawn .. queen)
+// in a side's counters.
 inline void CountPiece(SideRecord &side, int kind, int sign) {
-  side.material += sign * MaterialOf[kind];
+  side.material += sign * PieceValue[kind];
   side.pawnCount += sign * (kind == Pawn);
   side.pieceUnits += sign * UnitsOf[kind];
   side.minorCount += sign * MinorOf[kind];
@@ -265,10 +266,10 @@ inline void RemovePiece(int kind, int s) {
   CountPiece(side, kind, -1);
 }
 
-// Moves colour Us's piece of a kind (pawn .. king) from `from` to the empty
+// Shifts colour Us's piece of a kind (pawn .. king) from `from` to the empty
 // square `to`.
 template <int Us>
-inline void MovePiece(int kind, int from, int to) {
+inline void ShiftPiece(int kind, int from, int to) {
   SideRecord &side = SideOf<Us>();
   Board[from] = Empty;
   Board[to] = PieceCode<Us>(kind);

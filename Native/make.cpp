@@ -34,7 +34,7 @@ void MakeMove(Move move, int ply) {
       PutPiece<Us>(promotion, to);
       pieceKey ^= KeyTable[Us][promotion][to];
     } else {
-      MovePiece<Us>(Pawn, from, to);
+      ShiftPiece<Us>(Pawn, from, to);
       pawnKey ^= KeyTable[Us][Pawn][to];
       // En passant is recorded only when an enemy pawn stands ready to take.
       const int passed = from + Forward;
@@ -44,17 +44,17 @@ void MakeMove(Move move, int ply) {
       }
     }
   } else if (piece == King) {
-    MovePiece<Us>(King, from, to);
+    ShiftPiece<Us>(King, from, to);
     pieceKey ^= KeyTable[Us][King][from] ^ KeyTable[Us][King][to];
     if (Distance[from][to] == 2) {
       const RookStep rook = CastlingRook(to);
-      MovePiece<Us>(Rook, rook.from, rook.to);
+      ShiftPiece<Us>(Rook, rook.from, rook.to);
       pieceKey ^= KeyTable[Us][Rook][rook.from] ^ KeyTable[Us][Rook][rook.to];
       SideOf<Us>().castled = 1;
     }
     MoveCounter[from]++;
   } else {
-    MovePiece<Us>(piece, from, to);
+    ShiftPiece<Us>(piece, from, to);
     pieceKey ^= KeyTable[Us][piece][from] ^ KeyTable[Us][piece][to];
     if (piece == Rook) MoveCounter[from]++;
   }

@@ -175,7 +175,9 @@ int SearchChild(int childDepth, int depth, int ply, int alpha, int beta, int fir
   return s;
 }
 
-bool SameKeys(const PlyRecord &record, uint64_t pawnKey, uint64_t pieceKey) {
+// 1 when a ply record or a game entry holds both halves of a position's key.
+template <class Keys>
+bool SameKeys(const Keys &record, uint64_t pawnKey, uint64_t pieceKey) {
   return record.pawnKey == pawnKey && record.pieceKey == pieceKey;
 }
 
@@ -191,7 +193,7 @@ int IsRepetition(int ply) {
     if (SameKeys(Ply[q], pawnKey, pieceKey)) return 1;
   }
   for (int i = GameMoveCount + q; i > LastIrreversibleMove && i < GameHistorySize; i -= 2) {
-    if (GameKeyHistory[i].pawnKey == pawnKey && GameKeyHistory[i].pieceKey == pieceKey) return 1;
+    if (SameKeys(GameKeyHistory[i], pawnKey, pieceKey)) return 1;
   }
   return 0;
 }

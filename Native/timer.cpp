@@ -5,7 +5,6 @@
 #include <chrono>
 #include <cstdint>
 
-
 int32_t TimeMode;
 int32_t DepthLimit;
 int32_t ClockTimeMs;

@@ -13,18 +13,18 @@ void UndoMove(Move move, int ply) {
       RemovePiece<Us>(promotion, to);
       PutPiece<Us>(Pawn, from);
     } else {
-      MovePiece<Us>(Pawn, to, from);
+      ShiftPiece<Us>(Pawn, to, from);
     }
   } else if (piece == King) {
-    MovePiece<Us>(King, to, from);
+    ShiftPiece<Us>(King, to, from);
     if (Distance[from][to] == 2) {
       const RookStep rook = CastlingRook(to);
-      MovePiece<Us>(Rook, rook.to, rook.from);
+      ShiftPiece<Us>(Rook, rook.to, rook.from);
       SideOf<Us>().castled = 0;
     }
     MoveCounter[from]--;
   } else {
-    MovePiece<Us>(piece, to, from);
+    ShiftPiece<Us>(piece, to, from);
     if (piece == Rook) MoveCounter[from]--;
   }
 

@@ -15,13 +15,11 @@
 
 namespace {
 
-constexpr const char *StartPositionFen = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -";
-
 // The game: its first position, every position after it, the moves between.
 struct Game {
   bool fromStart = true;
   bool legal = true;
-  std::vector<std::string> fens{StartPositionFen};
+  std::vector<std::string> fens{StartFen};
   std::vector<std::string> moves;
   int halfmoveClock = 0;   // of the last position
   int fullmoveNumber = 1;
@@ -130,9 +128,8 @@ std::string CheckFen(const std::vector<std::string> &fields, std::string &fen) {
     // The pawn that just moved two squares stands in front of the square.
     const bool white = side == "w";
     const int up = white ? 8 : -8;
-    const int s = ep.size() == 2 && ep[0] >= 'a' && ep[0] <= 'h' && ep[1] >= '1' && ep[1] <= '8'
-                      ? (ep[0] - 'a') + 8 * (ep[1] - '1') : -1;
-    if (s < 0 || s / 8 != (white ? 5 : 2) || board[s] || board[s + up] || board[s - up] != (white ? -1 : 1))
+    const int s = ep.size() == 2 ? SquareFromText(ep.c_str()) : 0;
+    if (s / 8 != (white ? 5 : 2) || board[s] || board[s + up] || board[s - up] != (white ? -1 : 1))
       return "the en passant square " + ep + " is impossible";
   }
   fen = fields[0] + " " + side + " " + castling + " " + ep;

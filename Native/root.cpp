@@ -58,8 +58,7 @@ int RootChildDepth(int side, Move move, int depth) {
   UndoMove(side, move, 1);
   int extension = -DepthUnit;
   if (Ply[2].inCheck) extension += CheckExtensions;
-  if (MovePiece(move) == Pawn && (Rank(MoveTo(move)) == 1 || Rank(MoveTo(move)) == 6))
-    extension += PawnPushExtensions;
+  if (IsExtendedPawnPush(move)) extension += PawnPushExtensions;
   if (extension > 0) extension = 0;
   return depth + extension;
 }

@@ -151,8 +151,7 @@ int Extension(Move move, int ply, int threat, int inCheck, int firstMove) {
       extension += RecaptureExtensions;
     }
   }
-  if (MovePiece(move) == Pawn && (Rank(MoveTo(move)) == 1 || Rank(MoveTo(move)) == 6))
-    extension += PawnPushExtensions;
+  if (IsExtendedPawnPush(move)) extension += PawnPushExtensions;
   if (threat) extension += ThreatExtensions;
   if (firstMove && inCheck && record.listEnd - Ply[ply - 1].listEnd == 1) extension += SingleMoveExtensions;
   return extension;

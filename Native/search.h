@@ -23,6 +23,12 @@ constexpr bool EqualTrade[7][7] = {
     {0, 0, 0, 0, 0, 0, 0}, {0, 1, 0, 0, 0, 0, 0}, {0, 0, 1, 1, 0, 0, 0}, {0, 0, 1, 1, 0, 0, 0},
     {0, 0, 0, 0, 1, 0, 0}, {0, 0, 0, 0, 0, 1, 0}, {0, 0, 0, 0, 0, 0, 0}};
 
+// 1 when a move takes a pawn to either side's second or seventh rank: the
+// push that earns the pawn-push extension, in the tree and at the root.
+constexpr bool IsExtendedPawnPush(Move move) {
+  return MovePiece(move) == Pawn && (Rank(MoveTo(move)) == 1 || Rank(MoveTo(move)) == 6);
+}
+
 template <int Us>
 int NodeSearch(int depth, int ply, int alpha, int beta, int nullAllowed);
 void UpdatePrincipalVariation(Move move, int ply);

@@ -7,7 +7,7 @@
 using Bitboard = uint64_t;
 
 // Number of squares in the set. Without a population-count instruction the
-// compiler would call a library routine; the bit-parallel sum is faster.
+// compiler calls a library routine; the bit-parallel sum stays inline.
 inline int PopCount(Bitboard b) {
 #if defined(__POPCNT__) || !(defined(__x86_64__) || defined(__i386__))
   return std::popcount(b);

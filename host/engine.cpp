@@ -3,9 +3,7 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <mutex>
 
 #include "game.h"
@@ -152,12 +150,10 @@ std::string SetOption(const std::string &name, const std::string &value) {
   }
   for (SpinOption &option : Spins) {
     if (!SameName(name, option.name)) continue;
-    char *end = nullptr;
-    errno = 0;
-    const long long number = std::strtoll(value.c_str(), &end, 10);
-    if (value.empty() || *end != '\0') return "option " + option.name + " needs a whole number";
-    option.value = errno == ERANGE ? (number < 0 ? option.minimum : option.maximum)
-                                   : int32_t(std::clamp<long long>(number, option.minimum, option.maximum));
+    int64_t number = 0;
+    if (!ReadWholeNumber(value, option.minimum, option.maximum, number))
+      return "option " + option.name + " needs a whole number";
+    option.value = int32_t(number);
     option.chosen = true;
     option.pending = option.library;
     return "";

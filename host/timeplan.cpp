@@ -6,18 +6,16 @@
 #include <cerrno>
 #include <cstdlib>
 
-namespace {
-
-// The number in text, clamped to [0, 10^9] milliseconds; false if not a number.
-bool ReadNumber(const std::string &text, int64_t &value) {
+bool ReadWholeNumber(const std::string &text, int64_t minimum, int64_t maximum, int64_t &value) {
   errno = 0;
   char *end = nullptr;
-  long long number = std::strtoll(text.c_str(), &end, 10);
+  const long long number = std::strtoll(text.c_str(), &end, 10);
   if (end == text.c_str() || *end != '\0') return false;
-  if (errno == ERANGE) number = number < 0 ? 0 : 1000000000;
-  value = std::clamp<long long>(number, 0, 1000000000);
+  value = errno == ERANGE ? (number < 0 ? minimum : maximum) : std::clamp<int64_t>(number, minimum, maximum);
   return true;
 }
+
+namespace {
 
 // The part of a clock the host may spend on searching: it keeps back the
 // least a move costs and a share of the clock for scheduler delays.
@@ -77,7 +75,7 @@ GoRequest ParseGo(const std::vector<std::string> &words, size_t first) {
                     : word == "mate"      ? &request.mate
                     : word == "perft"     ? &request.perft
                                           : nullptr;
-    if (slot && i + 1 < words.size() && ReadNumber(words[i + 1], *slot)) ++i;
+    if (slot && i + 1 < words.size() && ReadWholeNumber(words[i + 1], 0, 1000000000, *slot)) ++i;
   }
   return request;
 }

@@ -44,6 +44,10 @@ struct PlanSettings {
   int moveOverheadMs = 30;  // the least a move costs beyond the search: wake-up, pipe, GUI
 };
 
+// The whole number in text, saturated to [minimum, maximum] (also when it
+// overflows); false when text is not a number.
+bool ReadWholeNumber(const std::string &text, int64_t minimum, int64_t maximum, int64_t &value);
+
 // Reads the words after "go"; unknown words and bad numbers are skipped.
 GoRequest ParseGo(const std::vector<std::string> &words, size_t first);
 

@@ -35,22 +35,22 @@ for ((round = 1; round <= rounds; ++round)); do
   done
 done
 
-awk -v names="$*" '
-  BEGIN { count = split(names, name, " ") }
-  { n[$1]++; value[$1, n[$1]] = $3; signature[$1] = $2 }
-  END {
-    for (b = 1; b <= count; ++b) {
-      # Insertion sort of this binary'"'"'s runs, for the median and the best.
-      for (i = 1; i <= n[b]; ++i) sorted[i] = value[b, i]
-      for (i = 2; i <= n[b]; ++i)
-        for (j = i; j > 1 && sorted[j - 1] > sorted[j]; --j) { t = sorted[j]; sorted[j] = sorted[j - 1]; sorted[j - 1] = t }
-      m = n[b] % 2 ? sorted[(n[b] + 1) / 2] : (sorted[n[b] / 2] + sorted[n[b] / 2 + 1]) / 2
-      median[b] = m; best[b] = sorted[n[b]]
-      if (signature[b] != signature[1]) mismatch = 1
-    }
-    printf "%-40s %10s %12s %12s %8s %8s\n", "binary", "signature", "median nps", "best nps", "median", "best"
-    for (b = 1; b <= count; ++b)
-      printf "%-40s %10s %12.0f %12.0f %8.3f %8.3f\n", name[b], signature[b], median[b], best[b],
-             median[b] / median[1], best[b] / best[1]
-    if (mismatch) { print "signatures differ: the binaries do not search alike" > "/dev/stderr"; exit 1 }
-  }' "$results"
+# Median and best of one binary's runs, from its sorted speeds.
+summary() {
+  awk -v i="$1" '$1 == i {print $3}' "$results" | sort -n |
+    awk '{v[NR] = $1} END {printf "%.1f %s\n", (NR % 2 ? v[(NR + 1) / 2] : (v[NR / 2] + v[NR / 2 + 1]) / 2), v[NR]}'
+}
+
+read -r baseMedian baseBest < <(summary 1)
+baseSignature=$(awk '$1 == 1 {print $2; exit}' "$results")
+status=0
+printf "%-40s %10s %12s %12s %8s %8s\n" binary signature "median nps" "best nps" median best
+for ((i = 1; i <= $#; ++i)); do
+  read -r median best < <(summary "$i")
+  signature=$(awk -v i="$i" '$1 == i {print $2; exit}' "$results")
+  [ "$signature" = "$baseSignature" ] || status=1
+  awk -v n="${!i}" -v s="$signature" -v m="$median" -v b="$best" -v bm="$baseMedian" -v bb="$baseBest" \
+    'BEGIN {printf "%-40s %10s %12.0f %12.0f %8.3f %8.3f\n", n, s, m, b, m / bm, b / bb}'
+done
+if [ "$status" -ne 0 ]; then echo "signatures differ: the binaries do not search alike" >&2; fi
+exit "$status"

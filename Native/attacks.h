@@ -105,6 +105,44 @@ inline int AttackedBy(int s) {
 inline int AttackedByWhite(int s) { return AttackedBy<White>(s); }
 inline int AttackedByBlack(int s) { return AttackedBy<Black>(s); }
 
+// 1 when the move just made by colour Us was an en-passant capture.
+inline bool WasEnPassant(Move move, int ply) {
+  return MovePiece(move) == Pawn && MoveCaptured(move) == Pawn && !MovePromotion(move) &&
+         MoveTo(move) == Ply[ply - 1].epSquare;
+}
+
+// 1 when the move just made by colour Us at ply left its own king attacked;
+// inCheck says whether that king was attacked before. Out of check only a
+// king move, an en-passant capture or a piece leaving the king's line can
+// expose the king, so every other move needs no attack test.
+template <int Us>
+inline bool LeavesKingAttacked(Move move, int ply, int inCheck) {
+  const int king = SideOf<Us>().kingSquare;
+  if (!inCheck && MovePiece(move) != King && !Direction[MoveFrom(move)][king] && !WasEnPassant(move, ply))
+    return false;
+  return AttackedBy<1 - Us>(king);
+}
+
+// 1 when the move just made by colour Us at ply attacks the enemy king. The
+// enemy king was not attacked before, so a check comes from the piece on its
+// new square or from behind the square it left; king moves (castling), en
+// passant and promotions take the whole attack test.
+template <int Us>
+inline int GivesCheck(Move move, int ply) {
+  const int king = SideOf<1 - Us>().kingSquare, to = MoveTo(move), piece = MovePiece(move);
+  if (piece == King || MovePromotion(move) || Direction[MoveFrom(move)][king] || WasEnPassant(move, ply))
+    return AttackedBy<Us>(king);
+  Bitboard attacks;
+  switch (piece) {
+    case Pawn: attacks = PawnAttacks[Us][to]; break;
+    case Knight: attacks = KnightAttacks[to]; break;
+    case Bishop: attacks = BishopAttacksOf(to); break;
+    case Rook: attacks = RookAttacksOf(to); break;
+    default: attacks = QueenAttacksOf(to); break;
+  }
+  return (attacks & SetMask[king]) != 0;
+}
+
 // 1 when the king of side is attacked by the other colour.
 inline int InCheck(int side) {
   return side ? AttackedBy<Black>(WhiteSide.kingSquare) : AttackedBy<White>(BlackSide.kingSquare);

@@ -8,6 +8,7 @@
 HashEntry *TranspositionTable[2];
 int32_t HashSizeMb = 32;
 uint64_t HashBucketCount;
+Modulus HashBucketModulus = ModulusOf(1);
 void *(*HashAllocator)(size_t count, size_t size) = std::calloc;
 
 namespace {
@@ -23,6 +24,7 @@ bool TryAllocate(int megabytes) {
   for (HashEntry *&table : TranspositionTable) table = static_cast<HashEntry *>(HashAllocator(entries, sizeof(HashEntry)));
   if (TranspositionTable[0] && TranspositionTable[1]) {
     HashBucketCount = uint64_t(megabytes) * HashBucketsPerMb;
+    HashBucketModulus = ModulusOf(HashBucketCount);
     return true;
   }
   FreeHash();
@@ -64,8 +66,8 @@ void FreeHash() {
 // The entry of the position at ply, or a slot claimed for it, or none.
 HashEntry *ProbeHash(int side, int depth, int ply) {
   if (!HashBucketCount) return nullptr;
-  uint64_t key = Ply[ply].pawnKey ^ Ply[ply].pieceKey;
-  HashEntry *bucket = TranspositionTable[side ? White : Black] + key % HashBucketCount * HashBucketSize;
+  const uint64_t key = Ply[ply].pawnKey ^ Ply[ply].pieceKey;
+  HashEntry *bucket = BucketOf(side, ply);
   HashEntry *candidate = bucket;
   for (HashEntry *e = bucket; e < bucket + HashBucketSize; ++e) {
     if (e->key == key) return e;

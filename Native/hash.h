@@ -18,6 +18,7 @@ constexpr int HashBucketsPerMb = 5461;
 
 extern HashEntry *TranspositionTable[2];  // [side to move]
 extern uint64_t HashBucketCount;          // 0 when no table is in use
+extern Modulus HashBucketModulus;         // key % HashBucketCount
 extern int32_t HashSizeMb;                // megabytes asked for, then in use
 
 // Allocator of both arrays (zeroed memory); tests replace it to simulate a
@@ -48,3 +49,18 @@ void ClearHash();
 void FreeHash();
 HashEntry *ProbeHash(int side, int depth, int ply);
 void StoreHash(HashEntry *entry, Move move, int depth, int ply, int score, int flags);
+
+// The bucket of the position at ply in the array of the side to move.
+inline HashEntry *BucketOf(int side, int ply) {
+  const uint64_t key = Ply[ply].pawnKey ^ Ply[ply].pieceKey;
+  return TranspositionTable[side ? White : Black] + Remainder(key, HashBucketModulus) * HashBucketSize;
+}
+
+// Starts loading the bucket (two cache lines) that ProbeHash(side, ., ply)
+// will read, so that the memory wait overlaps the work before the probe.
+inline void PrefetchHash(int side, int ply) {
+  if (!HashBucketCount) return;
+  const HashEntry *bucket = BucketOf(side, ply);
+  __builtin_prefetch(bucket);
+  __builtin_prefetch(bucket + HashBucketSize - 1);
+}

@@ -146,6 +146,7 @@ int KingLeadsPawn() {
 
 PawnEntry *PawnHashTable = FallbackPawnTable;
 uint32_t PawnHashSize = FallbackPawnHashSlots;
+Modulus PawnHashModulus = ModulusOf(FallbackPawnHashSlots);
 PawnEntry *CurrentPawnEntry = FallbackPawnTable;
 uint8_t LowestBitInByte[256];
 int32_t PawnSquareTables[2][64];
@@ -166,6 +167,7 @@ int AllocatePawnHash() {
     if (block) {
       PawnHashTable = static_cast<PawnEntry *>(block);
       PawnHashSize = PawnHashSlots;
+      PawnHashModulus = ModulusOf(PawnHashSlots);
     }
   }
   ClearPawnHash();
@@ -183,6 +185,7 @@ void FreePawnHash() {
   if (PawnHashTable != FallbackPawnTable) std::free(PawnHashTable);
   PawnHashTable = FallbackPawnTable;
   PawnHashSize = FallbackPawnHashSlots;
+  PawnHashModulus = ModulusOf(FallbackPawnHashSlots);
   ClearPawnHash();
 }
 
@@ -190,7 +193,7 @@ void FreePawnHash() {
 // score plus the terms that depend on kings and pieces.
 int EvaluatePawns(int, int ply) {
   const uint64_t key = Ply[ply].pawnKey;
-  CurrentPawnEntry = &PawnHashTable[key % PawnHashSize];
+  CurrentPawnEntry = PawnSlotOf(key);
   int v = CurrentPawnEntry->key == key ? CurrentPawnEntry->pawnScore : ScorePawnStructure(ply);
   const PawnEntry &entry = *CurrentPawnEntry;
   v += PasserTermsOf<White>(entry.whitePassedFiles());

@@ -38,6 +38,7 @@ constexpr int PawnHashSlots = 200000;
 constexpr int FallbackPawnHashSlots = 4096;
 extern PawnEntry *PawnHashTable;
 extern uint32_t PawnHashSize;  // slots in use (PawnHashSlots unless allocation failed)
+extern Modulus PawnHashModulus;  // key % PawnHashSize
 extern PawnEntry *CurrentPawnEntry;
 extern uint8_t LowestBitInByte[256];
 
@@ -52,6 +53,13 @@ void InitPawnSquareTables();
 int AllocatePawnHash();
 void ClearPawnHash();
 void FreePawnHash();
+
+// The cache slot of a pawn key.
+inline PawnEntry *PawnSlotOf(uint64_t pawnKey) { return &PawnHashTable[Remainder(pawnKey, PawnHashModulus)]; }
+
+// Starts loading the cache slot of a pawn key, so that the evaluation below
+// a pawn move or capture finds it closer.
+inline void PrefetchPawnEntry(uint64_t pawnKey) { __builtin_prefetch(PawnSlotOf(pawnKey)); }
 
 int EvaluatePawns(int side, int ply);
 int ScorePawnStructure(int ply);

@@ -7,6 +7,7 @@
 #include "hash.h"
 #include "make.h"
 #include "next.h"
+#include "pawns.h"
 #include "phase.h"
 #include "score.h"
 #include "timer.h"
@@ -46,6 +47,15 @@ void RewardQuietMove(Move move, int depth, int ply) {
     record.killer2 = record.killer1;
     record.killer1 = move;
   }
+}
+
+// After a move into ply, starts loading what the child will read first: its
+// pawn-cache slot when the move changed the pawns, and its transposition
+// bucket when the child searches at full width (probe, colour to move).
+void PrefetchChild(int ply, int probe, int side) {
+  const PlyRecord &child = Ply[ply + 1];
+  if (child.pawnKey != Ply[ply].pawnKey) PrefetchPawnEntry(child.pawnKey);
+  if (probe) PrefetchHash(side, ply + 1);
 }
 
 // Captures only, best first, after standing pat on the static value v.
@@ -91,6 +101,7 @@ int Quiescence(int ply, int alpha, int beta, int v) {
     MoveScores[best] = -ScoreInfinite;
     const Move move = MoveStack[best];
     MakeMove<Us>(move, ply);
+    PrefetchChild(ply, 0, Them);
     const int s = -NodeSearch<Them>(0, ply + 1, -beta, -alpha, 0);
     UndoMove<Us>(move, ply);
     // A stopped search's values are discarded: leave capture chains at once.
@@ -117,6 +128,7 @@ int NullMoveSearch(int depth, int ply, int beta) {
   Ply[ply + 1].pieceKey = record.pieceKey;
   const int units = SideOf<Us>().pieceUnits;
   const int reduction = depth > 6 * DepthUnit && units > 8 ? 4 * DepthUnit : 3 * DepthUnit;
+  PrefetchHash(Them, ply + 1);
   return -NodeSearch<Them>(depth - reduction, ply + 1, -beta, -beta + 1, 0);
 }
 
@@ -137,11 +149,10 @@ void InternalDeepening(int depth, int ply, int alpha, int beta, int v, int inChe
 // also marks a recapture in the ply record and whether the child is in check.
 template <int Us>
 int Extension(Move move, int ply, int threat, int inCheck, int firstMove) {
-  constexpr int Them = 1 - Us;
   PlyRecord &record = Ply[ply];
   record.recaptured = 0;
   int extension = 0;
-  Ply[ply + 1].inCheck = AttackedBy<Us>(SideOf<Them>().kingSquare);
+  Ply[ply + 1].inCheck = GivesCheck<Us>(move, ply);
   if (Ply[ply + 1].inCheck) extension = CheckExtensions;
   const Move previous = Ply[ply - 1].move;
   if (MoveTo(move) == MoveTo(previous) && !Ply[ply - 1].recaptured) {
@@ -277,7 +288,8 @@ int NodeSearch(int depth, int ply, int alpha, int beta, int nullAllowed) {
     const Move move = inCheck ? NextEvasion<Us>(ply) : NextMove<Us>(ply);
     if (!move) break;
     MakeMove<Us>(move, ply);
-    if (AttackedBy<Them>(us.kingSquare)) {
+    PrefetchChild(ply, depth > DepthUnit, Them);
+    if (LeavesKingAttacked<Us>(move, ply, inCheck)) {
       UndoMove<Us>(move, ply);
       continue;
     }

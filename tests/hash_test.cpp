@@ -1,9 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstdlib>
+#include <random>
 
 #include "hash.h"
 #include "interface.h"
+#include "pawns.h"
 #include "support/position.h"
 
 namespace {
@@ -37,6 +40,22 @@ class HashTable : public ::testing::Test {
     return TranspositionTable[side] + key % Buckets * HashBucketSize;
   }
 };
+
+// The remainder by multiplication equals the division's for the table sizes
+// and the extreme divisors, over edge and random keys.
+TEST(Remainder, EqualsTheDivisionsRemainder) {
+  std::mt19937_64 random(1);
+  for (uint64_t divisor : {uint64_t(1), uint64_t(2), uint64_t(3), uint64_t(FallbackPawnHashSlots), uint64_t(PawnHashSlots),
+                           Buckets, Buckets * 1024, uint64_t(UINT32_MAX), UINT64_MAX, (uint64_t(1) << 63) + 5}) {
+    const Modulus modulus = ModulusOf(divisor);
+    for (uint64_t key : {uint64_t(0), uint64_t(1), divisor - 1, divisor, divisor + 1, 2 * divisor - 1, UINT64_MAX})
+      ASSERT_EQ(Remainder(key, modulus), key % divisor) << key << " % " << divisor;
+    for (int i = 0; i < 100000; ++i) {
+      const uint64_t key = random() >> (i % 64);
+      ASSERT_EQ(Remainder(key, modulus), key % divisor) << key << " % " << divisor;
+    }
+  }
+}
 
 // A stored entry reads back every field; values beyond a field's width are
 // clamped and never spill into the next field.

@@ -81,8 +81,9 @@ INSTANTIATE_TEST_SUITE_P(Positions, PerftCounts, testing::Combine(testing::Range
 
 // Walks the legal tree and checks at every node that the staged generators
 // and the evasion generator agree with GenerateMoves, that make/undo restore
-// everything and that the carried keys equal fresh ones apart from the
-// en-passant components.
+// everything, that the carried keys equal fresh ones apart from the
+// en-passant components, and that the search's short legality and check
+// tests agree with the whole attack test.
 template <int Us>
 void CheckTree(int depth, int ply, uint64_t epKeys) {
   GenerateMoves<Us>(ply);
@@ -92,9 +93,14 @@ void CheckTree(int depth, int ply, uint64_t epKeys) {
   ASSERT_EQ(Sorted(ListOf(ply)), Sorted(all));
 
   std::vector<Move> legal;
+  const int inCheck = InCheck(Us);
   for (Move move : all) {
     const Snapshot before = Snapshot::Take();
     MakeMove<Us>(move, ply);
+    ASSERT_EQ(LeavesKingAttacked<Us>(move, ply, inCheck), bool(InCheck(Us))) << Text(move);
+    if (!InCheck(Us)) {
+      ASSERT_EQ(GivesCheck<Us>(move, ply), InCheck(1 - Us)) << Text(move);
+    }
     ASSERT_TRUE(PositionIsConsistent()) << Text(move);
     const KeyPair fresh = ComputeKeys();
     const uint64_t lineEpKeys = epKeys ^ (Ply[ply].epSquare ? EnPassantKey[Ply[ply].epSquare] : 0);
@@ -136,7 +142,11 @@ INSTANTIATE_TEST_SUITE_P(
                     "r3k2r/1b4bq/8/8/8/8/7B/R3K2R w KQkq -",
                     "8/8/1k6/2b5/2pP4/8/5K2/8 b - d3",
                     // Black promotes on a1, square 0, which also means "no en passant".
-                    "4k3/1P6/8/8/8/8/p1p5/1N2K2R b K -"));
+                    "4k3/1P6/8/8/8/8/p1p5/1N2K2R b K -",
+                    // Taking c6 en passant uncovers the bishop's check along a3-e7 ...
+                    "8/4k3/8/2pP4/8/B7/8/4K3 w - c6",
+                    // ... or, in a position no game reaches, the bishop's attack on a3.
+                    "8/8/3b4/2pP4/8/K7/8/7k w - c6"));
 
 struct ListCase {
   const char *fen;

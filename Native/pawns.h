@@ -57,10 +57,6 @@ void FreePawnHash();
 // The cache slot of a pawn key.
 inline PawnEntry *PawnSlotOf(uint64_t pawnKey) { return &PawnHashTable[Remainder(pawnKey, PawnHashModulus)]; }
 
-// Starts loading the cache slot of a pawn key, so that the evaluation below
-// a pawn move or capture finds it closer.
-inline void PrefetchPawnEntry(uint64_t pawnKey) { __builtin_prefetch(PawnSlotOf(pawnKey)); }
-
 int EvaluatePawns(int side, int ply);
 int ScorePawnStructure(int ply);
 int PawnEndingRule();

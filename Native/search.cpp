@@ -7,7 +7,6 @@
 #include "hash.h"
 #include "make.h"
 #include "next.h"
-#include "pawns.h"
 #include "phase.h"
 #include "score.h"
 #include "timer.h"
@@ -47,15 +46,6 @@ void RewardQuietMove(Move move, int depth, int ply) {
     record.killer2 = record.killer1;
     record.killer1 = move;
   }
-}
-
-// After a move into ply, starts loading what the child will read first: its
-// pawn-cache slot when the move changed the pawns, and its transposition
-// bucket when the child searches at full width (probe, colour to move).
-void PrefetchChild(int ply, int probe, int side) {
-  const PlyRecord &child = Ply[ply + 1];
-  if (child.pawnKey != Ply[ply].pawnKey) PrefetchPawnEntry(child.pawnKey);
-  if (probe) PrefetchHash(side, ply + 1);
 }
 
 // Captures only, best first, after standing pat on the static value v.
@@ -101,7 +91,6 @@ int Quiescence(int ply, int alpha, int beta, int v) {
     MoveScores[best] = -ScoreInfinite;
     const Move move = MoveStack[best];
     MakeMove<Us>(move, ply);
-    PrefetchChild(ply, 0, Them);
     const int s = -NodeSearch<Them>(0, ply + 1, -beta, -alpha, 0);
     UndoMove<Us>(move, ply);
     // A stopped search's values are discarded: leave capture chains at once.
@@ -288,7 +277,8 @@ int NodeSearch(int depth, int ply, int alpha, int beta, int nullAllowed) {
     const Move move = inCheck ? NextEvasion<Us>(ply) : NextMove<Us>(ply);
     if (!move) break;
     MakeMove<Us>(move, ply);
-    PrefetchChild(ply, depth > DepthUnit, Them);
+    // The child at full width probes the table first: start loading its bucket.
+    if (depth > DepthUnit) PrefetchHash(Them, ply + 1);
     if (LeavesKingAttacked<Us>(move, ply, inCheck)) {
       UndoMove<Us>(move, ply);
       continue;

@@ -193,7 +193,9 @@ void FreePawnHash() {
 // score plus the terms that depend on kings and pieces.
 int EvaluatePawns(int, int ply) {
   const uint64_t key = Ply[ply].pawnKey;
-  CurrentPawnEntry = PawnSlotOf(key);
+  // Along a search line the pawns rarely change: the entry of the last call
+  // is then the slot of this key, found without the remainder.
+  if (CurrentPawnEntry->key != key) CurrentPawnEntry = PawnSlotOf(key);
   int v = CurrentPawnEntry->key == key ? CurrentPawnEntry->pawnScore : ScorePawnStructure(ply);
   const PawnEntry &entry = *CurrentPawnEntry;
   v += PasserTermsOf<White>(entry.whitePassedFiles());

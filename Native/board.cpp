@@ -286,10 +286,13 @@ void DerivePositionState() {
   if (entry >= 0 && entry < GameHistorySize) GameKeyHistory[entry] = {pawnKey, pieceKey};
 }
 
-// Clears the search fields of every ply record.
+// Clears the search fields of every ply record. A record's line is read from
+// its own ply on, up to the first empty word, so emptying that word empties
+// the line (rather than 120 rows of 120 words before every search).
 void ResetSearchState() {
-  for (PlyRecord &record : Ply) {
-    std::memset(record.pvRow, 0, sizeof record.pvRow);
+  for (int ply = 0; ply < MaxPly; ++ply) {
+    PlyRecord &record = Ply[ply];
+    record.pvRow[ply] = 0;
     record.hashMove = record.killer1 = record.killer2 = record.bestMove = 0;
   }
   Ply[0].listEnd = 1;

@@ -105,6 +105,13 @@ inline int AttackedBy(int s) {
 inline int AttackedByWhite(int s) { return AttackedBy<White>(s); }
 inline int AttackedByBlack(int s) { return AttackedBy<Black>(s); }
 
+// 1 when two different squares share a rank, a file or a diagonal (as a
+// nonzero Direction says), by arithmetic rather than a 16 KB table.
+constexpr bool OnOneLine(int a, int b) {
+  const int files = File(a) - File(b), ranks = Rank(a) - Rank(b);
+  return files == 0 || ranks == 0 || files == ranks || files == -ranks;
+}
+
 // 1 when the move just made by colour Us was an en-passant capture.
 inline bool WasEnPassant(Move move, int ply) {
   return MovePiece(move) == Pawn && MoveCaptured(move) == Pawn && !MovePromotion(move) &&
@@ -118,7 +125,7 @@ inline bool WasEnPassant(Move move, int ply) {
 template <int Us>
 inline bool LeavesKingAttacked(Move move, int ply, int inCheck) {
   const int king = SideOf<Us>().kingSquare;
-  if (!inCheck && MovePiece(move) != King && !Direction[MoveFrom(move)][king] && !WasEnPassant(move, ply))
+  if (!inCheck && MovePiece(move) != King && !OnOneLine(MoveFrom(move), king) && !WasEnPassant(move, ply))
     return false;
   return AttackedBy<1 - Us>(king);
 }
@@ -130,7 +137,7 @@ inline bool LeavesKingAttacked(Move move, int ply, int inCheck) {
 template <int Us>
 inline int GivesCheck(Move move, int ply) {
   const int king = SideOf<1 - Us>().kingSquare, to = MoveTo(move), piece = MovePiece(move);
-  if (piece == King || MovePromotion(move) || Direction[MoveFrom(move)][king] || WasEnPassant(move, ply))
+  if (piece == King || MovePromotion(move) || OnOneLine(MoveFrom(move), king) || WasEnPassant(move, ply))
     return AttackedBy<Us>(king);
   Bitboard attacks;
   switch (piece) {

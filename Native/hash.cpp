@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "platform.h"
+
 HashEntry *TranspositionTable[2];
 int32_t HashSizeMb = 32;
 uint64_t HashBucketCount;
@@ -23,6 +25,7 @@ bool TryAllocate(int megabytes) {
   size_t entries = size_t(megabytes) * HashBucketsPerMb * HashBucketSize;
   for (HashEntry *&table : TranspositionTable) table = static_cast<HashEntry *>(HashAllocator(entries, sizeof(HashEntry)));
   if (TranspositionTable[0] && TranspositionTable[1]) {
+    for (HashEntry *table : TranspositionTable) AdviseLargePages(table, entries * sizeof(HashEntry));
     HashBucketCount = uint64_t(megabytes) * HashBucketsPerMb;
     HashBucketModulus = ModulusOf(HashBucketCount);
     return true;

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "attacks.h"
+#include "platform.h"
 
 namespace {
 
@@ -165,6 +166,7 @@ int AllocatePawnHash() {
   if (PawnHashTable == FallbackPawnTable) {
     void *block = std::malloc(sizeof(PawnEntry) * PawnHashSlots);
     if (block) {
+      AdviseLargePages(block, sizeof(PawnEntry) * PawnHashSlots);
       PawnHashTable = static_cast<PawnEntry *>(block);
       PawnHashSize = PawnHashSlots;
       PawnHashModulus = ModulusOf(PawnHashSlots);

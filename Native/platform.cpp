@@ -1,6 +1,8 @@
-// The platform layer: the Windows DLL entry point. Everything else the engine
-// needs from the system comes through the standard library, so on other
-// platforms this file holds only the checks below.
+// The platform layer: the Windows DLL entry point and the large-page hint for
+// the hash tables. Everything else the engine needs from the system comes
+// through the standard library.
+#include "platform.h"
+
 #include <atomic>
 #include <climits>
 #include <cstdint>
@@ -11,6 +13,23 @@
 static_assert(sizeof(int) == 4 && CHAR_BIT == 8, "the engine assumes 32-bit int");
 static_assert(std::atomic<int32_t>::is_always_lock_free, "32-bit atomics must be lock-free");
 static_assert(std::atomic<int64_t>::is_always_lock_free, "64-bit atomics must be lock-free");
+
+#ifdef __linux__
+#include <sys/mman.h>
+
+#include <cstdint>
+
+// Transparent huge pages (2 MB) for the whole 2 MB blocks inside the table;
+// the allocator's block need not be aligned to them.
+void AdviseLargePages(void *block, size_t bytes) {
+  constexpr uintptr_t Huge = uintptr_t(1) << 21;
+  const uintptr_t begin = (reinterpret_cast<uintptr_t>(block) + Huge - 1) & ~(Huge - 1);
+  const uintptr_t end = (reinterpret_cast<uintptr_t>(block) + bytes) & ~(Huge - 1);
+  if (end > begin) madvise(reinterpret_cast<void *>(begin), end - begin, MADV_HUGEPAGE);
+}
+#else
+void AdviseLargePages(void *, size_t) {}
+#endif
 
 #ifdef _WIN32
 #define WIN32_LEAN_AND_MEAN

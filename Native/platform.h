@@ -1,0 +1,9 @@
+// What the engine asks of the operating system beyond the standard library.
+#pragma once
+
+#include <cstddef>
+
+// Asks for large memory pages for a big table, which spares the processor
+// most address-translation misses on its random accesses; a hint that
+// changes no contents and does nothing where the system has no such request.
+void AdviseLargePages(void *block, size_t bytes);

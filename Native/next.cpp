@@ -1,6 +1,7 @@
 // Move ordering: staged selectors that generate lazily, and the history counters.
 #include "next.h"
 
+#include <cstdint>
 #include <cstring>
 
 #include "attacks.h"
@@ -26,14 +27,17 @@ int CaptureScore(Move move) {
   return attacker < victim ? victim - attacker : StaticExchange(Us, MoveFrom(move), MoveTo(move));
 }
 
+// The scans below rank taken entries below every live one instead of
+// skipping them, so that their comparisons become selects, not branches
+// the processor must guess.
+
 // Index of the highest-scored live entry above floor (earliest on ties), or 0.
 int BestScored(int begin, int end, int floor) {
   int best = 0, bestScore = floor;
   for (int i = begin; i < end; ++i) {
-    if (MoveStack[i] && MoveScores[i] > bestScore) {
-      best = i;
-      bestScore = MoveScores[i];
-    }
+    const int score = MoveStack[i] ? MoveScores[i] : INT32_MIN;
+    best = score > bestScore ? i : best;
+    bestScore = score > bestScore ? score : bestScore;
   }
   return best;
 }
@@ -41,13 +45,12 @@ int BestScored(int begin, int end, int floor) {
 // Index of the live entry with the highest history value (earliest on ties), or 0.
 int BestByHistory(const uint32_t *history, int begin, int end) {
   int best = 0;
-  uint32_t bestValue = 0;
+  int64_t bestValue = -1;
   for (int i = begin; i < end; ++i) {
     const Move move = MoveStack[i];
-    if (move && (!best || history[move & 4095] > bestValue)) {
-      best = i;
-      bestValue = history[move & 4095];
-    }
+    const int64_t value = move ? int64_t(history[move & 4095]) : -1;
+    best = value > bestValue ? i : best;
+    bestValue = value > bestValue ? value : bestValue;
   }
   return best;
 }

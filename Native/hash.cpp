@@ -2,6 +2,7 @@
 // a probe that claims the slot for the later store, and a depth-first store.
 #include "hash.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -20,10 +21,20 @@ constexpr uint64_t PriorityMask = (uint64_t(1) << 23) - 1;
 // Age and depth together: the smaller, the sooner the entry is replaced.
 uint64_t ReplacementPriority(const HashEntry *e) { return e->data & PriorityMask; }
 
+// The heap blocks behind the two arrays, which start at the first cache line
+// inside them: a bucket then spans two lines, never three.
+void *HashBlocks[2];
+constexpr size_t CacheLine = 64;
+constexpr size_t LineSlack = CacheLine / sizeof(HashEntry);
+
 // Both arrays for megabytes, or neither.
 bool TryAllocate(int megabytes) {
   size_t entries = size_t(megabytes) * HashBucketsPerMb * HashBucketSize;
-  for (HashEntry *&table : TranspositionTable) table = static_cast<HashEntry *>(HashAllocator(entries, sizeof(HashEntry)));
+  for (int side = 0; side < 2; ++side) {
+    HashBlocks[side] = HashAllocator(entries + LineSlack, sizeof(HashEntry));
+    const uintptr_t address = reinterpret_cast<uintptr_t>(HashBlocks[side]);
+    TranspositionTable[side] = HashBlocks[side] ? reinterpret_cast<HashEntry *>((address + CacheLine - 1) & ~(CacheLine - 1)) : nullptr;
+  }
   if (TranspositionTable[0] && TranspositionTable[1]) {
     for (HashEntry *table : TranspositionTable) AdviseLargePages(table, entries * sizeof(HashEntry));
     HashBucketCount = uint64_t(megabytes) * HashBucketsPerMb;
@@ -59,9 +70,10 @@ void ClearHash() {
 
 // Releases both arrays; harmless when there are none.
 void FreeHash() {
-  for (HashEntry *&table : TranspositionTable) {
-    std::free(table);
-    table = nullptr;
+  for (int side = 0; side < 2; ++side) {
+    std::free(HashBlocks[side]);
+    HashBlocks[side] = nullptr;
+    TranspositionTable[side] = nullptr;
   }
   HashBucketCount = 0;
 }

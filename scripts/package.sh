@@ -29,8 +29,8 @@ deb)
   # dpkg-shlibdeps (dpkg-dev) and file give the package its dependencies.
   need_packages cmake:cmake g++:g++ make:make dpkg-shlibdeps:dpkg-dev file:file readelf:binutils
   build=${VARN_PACKAGE_BUILD:-build-package}
-  cmake -S . -B "$build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr -DVARN_TESTS=OFF >/dev/null
-  cmake --build "$build" -j"$(nproc)"
+  # The profile-guided, link-time optimised build: the same search, faster.
+  bash scripts/build-pgo.sh "$build" -DCMAKE_INSTALL_PREFIX=/usr >/dev/null
   rm -f "$build"/varn_*.deb
   (cd "$build" && cpack -G DEB >/dev/null)
   ls "$build"/varn_"$version"_*.deb

@@ -88,6 +88,17 @@ inline Bitboard BishopAttacksOf(int s) { return DiagAttacksOf(s) | AntiDiagAttac
 inline Bitboard RookAttacksOf(int s) { return RankAttacksOf(s) | FileAttacksOf(s); }
 inline Bitboard QueenAttacksOf(int s) { return BishopAttacksOf(s) | RookAttacksOf(s); }
 
+// Destinations of a piece kind (knight .. king) on s in the current position.
+inline Bitboard PieceTargets(int kind, int s) {
+  switch (kind) {
+    case Knight: return KnightAttacks[s];
+    case Bishop: return BishopAttacksOf(s);
+    case Rook: return RookAttacksOf(s);
+    case Queen: return QueenAttacksOf(s);
+    default: return KingAttacks[s];
+  }
+}
+
 // The pawn table that finds the pawns of colour Us attacking a square.
 template <int Us>
 inline const Bitboard *PawnAttackersTable() { return PawnAttacks[!Us]; }
@@ -112,7 +123,7 @@ constexpr bool OnOneLine(int a, int b) {
   return files == 0 || ranks == 0 || files == ranks || files == -ranks;
 }
 
-// 1 when the move just made by colour Us was an en-passant capture.
+// 1 when the move just made at ply was an en-passant capture.
 inline bool WasEnPassant(Move move, int ply) {
   return MovePiece(move) == Pawn && MoveCaptured(move) == Pawn && !MovePromotion(move) &&
          MoveTo(move) == Ply[ply - 1].epSquare;
@@ -139,14 +150,7 @@ inline int GivesCheck(Move move, int ply) {
   const int king = SideOf<1 - Us>().kingSquare, to = MoveTo(move), piece = MovePiece(move);
   if (piece == King || MovePromotion(move) || OnOneLine(MoveFrom(move), king) || WasEnPassant(move, ply))
     return AttackedBy<Us>(king);
-  Bitboard attacks;
-  switch (piece) {
-    case Pawn: attacks = PawnAttacks[Us][to]; break;
-    case Knight: attacks = KnightAttacks[to]; break;
-    case Bishop: attacks = BishopAttacksOf(to); break;
-    case Rook: attacks = RookAttacksOf(to); break;
-    default: attacks = QueenAttacksOf(to); break;
-  }
+  const Bitboard attacks = piece == Pawn ? PawnAttacks[Us][to] : PieceTargets(piece, to);
   return (attacks & SetMask[king]) != 0;
 }
 

@@ -81,8 +81,8 @@ void FreeHash() {
 // The entry of the position at ply, or a slot claimed for it, or none.
 HashEntry *ProbeHash(int side, int depth, int ply) {
   if (!HashBucketCount) return nullptr;
-  const uint64_t key = Ply[ply].pawnKey ^ Ply[ply].pieceKey;
-  HashEntry *bucket = BucketOf(side, ply);
+  const uint64_t key = TableKey(ply);
+  HashEntry *bucket = BucketOf(side, key);
   HashEntry *candidate = bucket;
   for (HashEntry *e = bucket; e < bucket + HashBucketSize; ++e) {
     if (e->key == key) return e;

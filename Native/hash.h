@@ -50,9 +50,11 @@ void FreeHash();
 HashEntry *ProbeHash(int side, int depth, int ply);
 void StoreHash(HashEntry *entry, Move move, int depth, int ply, int score, int flags);
 
-// The bucket of the position at ply in the array of the side to move.
-inline HashEntry *BucketOf(int side, int ply) {
-  const uint64_t key = Ply[ply].pawnKey ^ Ply[ply].pieceKey;
+// The table's key of the position at ply.
+inline uint64_t TableKey(int ply) { return Ply[ply].pawnKey ^ Ply[ply].pieceKey; }
+
+// The bucket of a key in the array of the side to move.
+inline HashEntry *BucketOf(int side, uint64_t key) {
   return TranspositionTable[side ? White : Black] + Remainder(key, HashBucketModulus) * HashBucketSize;
 }
 
@@ -60,7 +62,7 @@ inline HashEntry *BucketOf(int side, int ply) {
 // will read, so that the memory wait overlaps the work before the probe.
 inline void PrefetchHash(int side, int ply) {
   if (!HashBucketCount) return;
-  const HashEntry *bucket = BucketOf(side, ply);
+  const HashEntry *bucket = BucketOf(side, TableKey(ply));
   __builtin_prefetch(bucket);
   __builtin_prefetch(bucket + HashBucketSize - 1);
 }

@@ -42,17 +42,6 @@ template <int Us> constexpr int StepForward = PawnStep[Us];
 template <int Us> constexpr int StepTowardsA = PawnStep[Us] - 1;
 template <int Us> constexpr int StepTowardsH = PawnStep[Us] + 1;
 
-// Destinations of a piece kind (knight .. king) on s in the current position.
-inline Bitboard PieceTargets(int kind, int s) {
-  switch (kind) {
-    case Knight: return KnightAttacks[s];
-    case Bishop: return BishopAttacksOf(s);
-    case Rook: return RookAttacksOf(s);
-    case Queen: return QueenAttacksOf(s);
-    default: return KingAttacks[s];
-  }
-}
-
 // Writes one word per square of targets, moving from `from`, at index i.
 inline int EmitTargets(int i, int from, int kind, Bitboard targets) {
   for (; targets; targets &= targets - 1) {

@@ -160,6 +160,17 @@ void InitLowestBitInByte() {
 
 void InitPawnSquareTables() { SplitByColour(PawnSquareTable, PawnSquareTables); }
 
+namespace {
+
+// Serves the cache from table, of slots entries.
+void UsePawnTable(PawnEntry *table, uint32_t slots) {
+  PawnHashTable = table;
+  PawnHashSize = slots;
+  PawnHashModulus = ModulusOf(slots);
+}
+
+}  // namespace
+
 // Takes the cache from the heap once (a second call keeps the block) and
 // clears it; without heap memory the small static table serves.
 int AllocatePawnHash() {
@@ -167,9 +178,7 @@ int AllocatePawnHash() {
     void *block = std::malloc(sizeof(PawnEntry) * PawnHashSlots);
     if (block) {
       AdviseLargePages(block, sizeof(PawnEntry) * PawnHashSlots);
-      PawnHashTable = static_cast<PawnEntry *>(block);
-      PawnHashSize = PawnHashSlots;
-      PawnHashModulus = ModulusOf(PawnHashSlots);
+      UsePawnTable(static_cast<PawnEntry *>(block), PawnHashSlots);
     }
   }
   ClearPawnHash();
@@ -185,9 +194,7 @@ void ClearPawnHash() {
 // Gives the heap block back and returns to the static table.
 void FreePawnHash() {
   if (PawnHashTable != FallbackPawnTable) std::free(PawnHashTable);
-  PawnHashTable = FallbackPawnTable;
-  PawnHashSize = FallbackPawnHashSlots;
-  PawnHashModulus = ModulusOf(FallbackPawnHashSlots);
+  UsePawnTable(FallbackPawnTable, FallbackPawnHashSlots);
   ClearPawnHash();
 }
 

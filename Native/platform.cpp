@@ -17,8 +17,6 @@ static_assert(std::atomic<int64_t>::is_always_lock_free, "64-bit atomics must be
 #ifdef __linux__
 #include <sys/mman.h>
 
-#include <cstdint>
-
 // Transparent huge pages (2 MB) for the whole 2 MB blocks inside the table;
 // the allocator's block need not be aligned to them.
 void AdviseLargePages(void *block, size_t bytes) {

@@ -27,6 +27,12 @@ int CaptureScore(Move move) {
   return attacker < victim ? victim - attacker : StaticExchange(Us, MoveFrom(move), MoveTo(move));
 }
 
+// The ordering key of CaptureScore, the exchange deferred to a bound.
+int CaptureKey(Move move) {
+  const int attacker = PieceValue[MovePiece(move)], victim = PieceValue[MoveCaptured(move)];
+  return attacker < victim ? ExactKey(victim - attacker) : ExchangeBoundKey(move);
+}
+
 // The scans below rank taken entries below every live one instead of
 // skipping them, so that their comparisons become selects, not branches
 // the processor must guess.
@@ -84,12 +90,17 @@ Move NextMove(int ply) {
           MoveStack[i] = 0;
           record.hashMove = 0;
         } else {
-          MoveScores[i] = CaptureScore<Us>(MoveStack[i]);
+          MoveScores[i] = CaptureKey(MoveStack[i]);
         }
       }
       [[fallthrough]];
     case 2:
-      if (int best = BestScored(begin, record.listEnd, -1)) return Take(best);
+      // Captures that win or hold material, best first.
+      while (int best = BestScored(begin, record.listEnd, ExactKey(-1))) {
+        if (!IsBoundKey(MoveScores[best])) return Take(best);
+        const Move move = MoveStack[best];
+        MoveScores[best] = ExactKey(StaticExchange(Us, MoveFrom(move), MoveTo(move)));
+      }
       record.phase = 3;
       [[fallthrough]];
     case 3:

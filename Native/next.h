@@ -1,6 +1,7 @@
 // Move ordering: the staged move selectors and the history counters.
 #pragma once
 
+#include "attacks.h"
 #include "board.h"
 
 extern uint32_t History[2][4096];  // [side][from + 64 * to]
@@ -14,3 +15,12 @@ template <int Us>
 Move NextEvasion(int ply);
 template <int Us>
 int IsPseudoLegal(Move move, int ply);
+
+// Capture ordering keys are scores doubled, with the low bit set on a bound
+// still standing in for an exchange value: the exchange of a capture is at
+// most the value standing on its target, so a capture ranks by that bound
+// and its exchange is worked out only when the bound would be picked. Most
+// lists cut off before their doubtful captures are reached.
+constexpr int ExactKey(int score) { return 2 * score; }
+inline int ExchangeBoundKey(Move move) { return 2 * ValueOfCode(Board[MoveTo(move)]) + 1; }
+inline bool IsBoundKey(int key) { return key & 1; }

@@ -61,35 +61,38 @@ int Quiescence(int ply, int alpha, int beta, int v) {
   GenerateCaptures<Us>(ply);
   const int begin = Ply[ply - 1].listEnd, end = Ply[ply].listEnd;
   const int threshold = alpha - 120 - (SideOf<Us>().material - SideOf<Them>().material);
+  // Keys as in the move selector: a doubtful capture's exchange is worked out
+  // when it would be picked; a losing one is then dropped.
+  constexpr int Dropped = ExactKey(-ScoreInfinite);
   for (int i = begin; i < end; ++i) {
     const Move move = MoveStack[i];
     const int captured = MoveCaptured(move);
     if (captured == King) return beta;
     const int victim = PieceValue[captured];
     const int gain = victim + (MovePromotion(move) ? PieceValue[MovePromotion(move)] - 100 : 0);
-    int score = -ScoreInfinite;
+    int key = Dropped;
     if (gain > threshold) {
       const int attacker = PieceValue[MovePiece(move)];
-      if (attacker < victim || (attacker == victim && threshold <= 0)) {
-        score = victim;
-      } else {
-        const int exchange = StaticExchange(Us, MoveFrom(move), MoveTo(move));
-        score = exchange >= 0 ? exchange : -ScoreInfinite;
-      }
+      key = attacker < victim || (attacker == victim && threshold <= 0) ? ExactKey(victim) : ExchangeBoundKey(move);
     }
-    MoveScores[i] = score;
+    MoveScores[i] = key;
   }
   for (;;) {
-    int best = 0, bestScore = -ScoreInfinite;
+    int best = 0, bestKey = Dropped;
     for (int i = begin; i < end; ++i) {
-      if (MoveScores[i] > bestScore) {
+      if (MoveScores[i] > bestKey) {
         best = i;
-        bestScore = MoveScores[i];
+        bestKey = MoveScores[i];
       }
     }
     if (!best) return alpha;
-    MoveScores[best] = -ScoreInfinite;
     const Move move = MoveStack[best];
+    if (IsBoundKey(bestKey)) {
+      const int exchange = StaticExchange(Us, MoveFrom(move), MoveTo(move));
+      MoveScores[best] = exchange >= 0 ? ExactKey(exchange) : Dropped;
+      continue;
+    }
+    MoveScores[best] = Dropped;
     MakeMove<Us>(move, ply);
     const int s = -NodeSearch<Them>(0, ply + 1, -beta, -alpha, 0);
     UndoMove<Us>(move, ply);

@@ -20,19 +20,6 @@ void AgeHistory() {
 
 namespace {
 
-// Gain of a capture by a cheaper piece, else its exchange value.
-template <int Us>
-int CaptureScore(Move move) {
-  const int attacker = PieceValue[MovePiece(move)], victim = PieceValue[MoveCaptured(move)];
-  return attacker < victim ? victim - attacker : StaticExchange(Us, MoveFrom(move), MoveTo(move));
-}
-
-// The ordering key of CaptureScore, the exchange deferred to a bound.
-int CaptureKey(Move move) {
-  const int attacker = PieceValue[MovePiece(move)], victim = PieceValue[MoveCaptured(move)];
-  return attacker < victim ? ExactKey(victim - attacker) : ExchangeBoundKey(move);
-}
-
 // The scans below rank taken entries below every live one instead of
 // skipping them, so that their comparisons become selects, not branches
 // the processor must guess.
@@ -70,6 +57,21 @@ Move Take(int index) {
 
 }  // namespace
 
+int CaptureKey(Move move) {
+  const int attacker = PieceValue[MovePiece(move)], victim = PieceValue[MoveCaptured(move)];
+  return attacker < victim ? ExactKey(victim - attacker) : ExchangeBoundKey(move);
+}
+
+template <int Us>
+int BestCapture(int begin, int end, int floor) {
+  for (;;) {
+    const int best = BestScored(begin, end, floor);
+    if (!best || !IsBoundKey(MoveScores[best])) return best;
+    const Move move = MoveStack[best];
+    MoveScores[best] = ExactKey(StaticExchange(Us, MoveFrom(move), MoveTo(move)));
+  }
+}
+
 template <int Us>
 Move NextMove(int ply) {
   PlyRecord &record = Ply[ply];
@@ -96,11 +98,7 @@ Move NextMove(int ply) {
       [[fallthrough]];
     case 2:
       // Captures that win or hold material, best first.
-      while (int best = BestScored(begin, record.listEnd, ExactKey(-1))) {
-        if (!IsBoundKey(MoveScores[best])) return Take(best);
-        const Move move = MoveStack[best];
-        MoveScores[best] = ExactKey(StaticExchange(Us, MoveFrom(move), MoveTo(move)));
-      }
+      if (int best = BestCapture<Us>(begin, record.listEnd, ExactKey(-1))) return Take(best);
       record.phase = 3;
       [[fallthrough]];
     case 3:
@@ -152,11 +150,11 @@ Move NextEvasion(int ply) {
     GenerateEvasions<Us>(ply);
     for (int i = begin; i < record.listEnd; ++i) {
       const Move move = MoveStack[i];
-      MoveScores[i] = record.hashMove && move == record.hashMove ? 30000 : CaptureScore<Us>(move);
+      MoveScores[i] = record.hashMove && move == record.hashMove ? ExactKey(30000) : CaptureKey(move);
     }
   }
   if (record.phase != 8) return 0;
-  const int best = BestScored(begin, record.listEnd, -30000);
+  const int best = BestCapture<Us>(begin, record.listEnd, ExactKey(-30000));
   return best ? Take(best) : 0;
 }
 
@@ -195,6 +193,8 @@ int IsPseudoLegal(Move move, int ply) {
 
 template Move NextMove<White>(int);
 template Move NextMove<Black>(int);
+template int BestCapture<White>(int, int, int);
+template int BestCapture<Black>(int, int, int);
 template Move NextEvasion<White>(int);
 template Move NextEvasion<Black>(int);
 template int IsPseudoLegal<White>(Move, int);

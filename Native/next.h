@@ -24,3 +24,13 @@ int IsPseudoLegal(Move move, int ply);
 constexpr int ExactKey(int score) { return 2 * score; }
 inline int ExchangeBoundKey(Move move) { return 2 * ValueOfCode(Board[MoveTo(move)]) + 1; }
 inline bool IsBoundKey(int key) { return key & 1; }
+
+// The key of a capture (or evasion): the gain of a capture by a cheaper
+// piece, else the bound of its exchange.
+int CaptureKey(Move move);
+
+// Index of the live list entry with the highest key above floor (earliest
+// on ties), or 0; a bound that leads has its exchange worked out and the
+// pick is repeated, so the answer is as if every exchange were known.
+template <int Us>
+int BestCapture(int begin, int end, int floor);

@@ -61,8 +61,8 @@ int Quiescence(int ply, int alpha, int beta, int v) {
   GenerateCaptures<Us>(ply);
   const int begin = Ply[ply - 1].listEnd, end = Ply[ply].listEnd;
   const int threshold = alpha - 120 - (SideOf<Us>().material - SideOf<Them>().material);
-  // Keys as in the move selector: a doubtful capture's exchange is worked out
-  // when it would be picked; a losing one is then dropped.
+  // Keys as in the move selector; captures that cannot raise alpha and, once
+  // worked out, losing exchanges stay below the floor of the picks.
   constexpr int Dropped = ExactKey(-ScoreInfinite);
   for (int i = begin; i < end; ++i) {
     const Move move = MoveStack[i];
@@ -78,20 +78,9 @@ int Quiescence(int ply, int alpha, int beta, int v) {
     MoveScores[i] = key;
   }
   for (;;) {
-    int best = 0, bestKey = Dropped;
-    for (int i = begin; i < end; ++i) {
-      if (MoveScores[i] > bestKey) {
-        best = i;
-        bestKey = MoveScores[i];
-      }
-    }
+    const int best = BestCapture<Us>(begin, end, ExactKey(-1));
     if (!best) return alpha;
     const Move move = MoveStack[best];
-    if (IsBoundKey(bestKey)) {
-      const int exchange = StaticExchange(Us, MoveFrom(move), MoveTo(move));
-      MoveScores[best] = exchange >= 0 ? ExactKey(exchange) : Dropped;
-      continue;
-    }
     MoveScores[best] = Dropped;
     MakeMove<Us>(move, ply);
     const int s = -NodeSearch<Them>(0, ply + 1, -beta, -alpha, 0);

@@ -76,7 +76,17 @@ bool Bind(ModuleHandle module, const char *name, Fn &slot, std::string &error) {
 
 }  // namespace
 
-bool LoadVarnLibrary(std::string &error) {
+bool LoadVarnLibrary(std::string &error, const char *path) {
+  if (path) {
+    ModuleHandle module = OpenLibrary(path);
+    if (!module) {
+      error = std::string("cannot load ") + path + ": " + LastLoaderError();
+      return false;
+    }
+#define VARN_BIND(name, result, parameters) &&Bind(module, "Varn" #name, Varn.name, error)
+    return true VARN_EXPORTS(VARN_BIND);
+#undef VARN_BIND
+  }
   const std::string besideExecutable = ExecutableDirectory() + LibraryFile;
   ModuleHandle module = OpenLibrary(besideExecutable);
 #ifdef VARN_LIBRARY_SONAME

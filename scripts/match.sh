@@ -9,7 +9,9 @@
 #   scripts/match.sh OPPONENT [games] [time control] [option=value ...]
 #       OPPONENT: a UCI engine's command (toga2, glaurung, ethereal-chess,
 #       gnuchessu, stockfish, or a path); options are set on the opponent,
-#       e.g. UCI_LimitStrength=true UCI_Elo=1800. Defaults: 100 games, 10+0.1.
+#       e.g. UCI_LimitStrength=true UCI_Elo=1800, or on varn when written
+#       varn.NAME=VALUE (varn.UCI_LimitStrength=true varn.UCI_Elo=1500).
+#       Defaults: 100 games, 10+0.1.
 #   scripts/match.sh --sprt OLD_VARN [games] [time control] [elo0 elo1]
 #       build/varn (new) against another varn binary (old) until the test
 #       decides or the games run out. Defaults: 2000 games, 10+0.1, 0 5.
@@ -17,14 +19,16 @@
 # fastchess comes from the PATH or from $FASTCHESS. It is MIT-licensed; build
 # it from its source (https://github.com/Disservin/fastchess, `make -j`).
 # Environment: MATCH_DIR (output folder, default build/match),
-# MATCH_CONCURRENCY (games at once, default: the number of cores).
+# MATCH_CONCURRENCY (games at once, default: the number of cores), VARN (the
+# varn binary to play, which loads the library beside it; default: build/varn,
+# built first).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$PWD
 
 sprt=0
 if [ "${1:-}" = --sprt ]; then sprt=1; shift; fi
-[ $# -ge 1 ] || { sed -n '2,23p' "$0" | sed 's/^# \{0,1\}//'; exit 2; }
+[ $# -ge 1 ] || { sed -n '2,27p' "$0" | sed 's/^# \{0,1\}//'; exit 2; }
 opponent=$1
 shift
 games=${1:-$([ "$sprt" = 1 ] && echo 2000 || echo 100)}
@@ -52,9 +56,13 @@ if [ "$sprt" = 0 ] && ! command -v "$opponent" >/dev/null; then
   DEBIAN_FRONTEND=noninteractive $sudo_cmd apt-get install -y -qq "$package" >/dev/null
 fi
 
-bash scripts/setup.sh
-cmake -S . -B build -DCMAKE_BUILD_TYPE=Release >/dev/null
-cmake --build build -j"$(nproc)" --target varn Varn504 >/dev/null
+varn=${VARN:-}
+if [ -z "$varn" ]; then
+  bash scripts/setup.sh
+  cmake -S . -B build -DCMAKE_BUILD_TYPE=Release >/dev/null
+  cmake --build build -j"$(nproc)" --target varn Varn504 >/dev/null
+  varn=$root/build/varn
+fi
 
 out=${MATCH_DIR:-$root/build/match}
 mkdir -p "$out"
@@ -63,7 +71,7 @@ rm -f "$pgn" "$out/fastchess.log" "$out/config.json"
 concurrency=${MATCH_CONCURRENCY:-$(nproc)}
 rounds=$(( (games + 1) / 2 ))
 
-args=(-engine "cmd=$root/build/varn" name=varn)
+args=(-engine "cmd=$(realpath "$varn")" name=varn)
 if [ "$sprt" = 1 ]; then
   elo0=${1:-0}
   elo1=${2:-5}
@@ -73,7 +81,12 @@ if [ "$sprt" = 1 ]; then
 else
   name=$(basename "$opponent")
   engine=(-engine "cmd=$(command -v "$opponent")" "name=$name")
-  for option in "$@"; do engine+=("option.${option%%=*}=${option#*=}"); done
+  for option in "$@"; do
+    case "$option" in
+      varn.*) option=${option#varn.}; args+=("option.${option%%=*}=${option#*=}") ;;
+      *) engine+=("option.${option%%=*}=${option#*=}") ;;
+    esac
+  done
   args+=("${engine[@]}")
 fi
 

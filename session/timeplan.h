@@ -34,6 +34,7 @@ struct SearchPlan {
   bool ponder = false;      // start as a ponder search
   bool hold = false;        // bestmove waits for stop (infinite, ponder)
   int64_t stopAfterMs = -1; // host stops the search then and plays its best move so far
+  int64_t budgetMs = -1;    // what a move is expected to take, when the clock or movetime says
   int64_t nodeLimit = -1;   // host stops the search once a report shows as many nodes
   int64_t mateMoves = -1;   // host stops the search once a mate in this many moves is reported
 };

@@ -37,6 +37,7 @@ void PlanDeadlines(SearchPlan &plan, int64_t clockMs, int64_t incrementMs, int64
   const int64_t cap = usable * 4 / 5 / (moves >= 1 && moves < 4 ? moves : 4);
   // The library keeps its own budget; the host's stop is the guard behind it.
   plan.stopAfterMs = std::min(3 * budget, cap);
+  plan.budgetMs = std::min(budget, cap);
   // Under a second the library's whole-second clock would read zero: search
   // without a library limit and stop at the host's own budget instead.
   if (usable < 1000) {
@@ -94,6 +95,7 @@ SearchPlan PlanSearch(const GoRequest &request, bool whiteToMove, const PlanSett
     // A fixed time per move: the library searches without end, the host stops it.
     const int64_t overhead = std::min<int64_t>(settings.moveOverheadMs, request.moveTime / 5);
     plan.stopAfterMs = std::max<int64_t>(0, request.moveTime - overhead);
+    plan.budgetMs = plan.stopAfterMs;
   } else if (request.depth >= 0 || request.mate >= 0) {
     // A mate in n moves needs 2n - 1 plies; the deeper of the two limits counts.
     const int64_t plies = std::max(request.depth, request.mate >= 0 ? 2 * request.mate - 1 : -1);

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "game.h"
-#include "report.h"
+#include "reports.h"
 #include "timeplan.h"
 
 namespace {
@@ -54,7 +54,7 @@ class Plan : public testing::TestWithParam<PlanCase> {};
 
 TEST_P(Plan, FollowsTheClockOfTheSideToMove) {
   const PlanCase &c = GetParam();
-  ASSERT_EQ(SetGamePosition(SplitWords(c.position), 0), "");
+  ASSERT_TRUE(SetGamePosition(SplitWords(c.position), 0).empty());
   const SearchPlan plan = PlanSearch(ParseGo(SplitWords(c.go), 0), GameWhiteToMove(), PlanSettings());
   EXPECT_EQ(plan.mode, c.mode);
   EXPECT_EQ(plan.clockSeconds, c.clockSeconds);

@@ -1,10 +1,8 @@
 // Report texts: the library's line and score in the words GUIs read.
-#include "report.h"
+#include "reports.h"
 
 #include <algorithm>
 #include <cctype>
-
-#include "phase.h"
 
 LineReport ReadLineReport(const std::string &text) {
   LineReport report;
@@ -19,8 +17,8 @@ LineReport ReadLineReport(const std::string &text) {
 }
 
 int32_t MateMoves(int32_t score) {
-  // A side mated at ply p scores p - ScoreInfinite; the mating side's moves
-  // are its half of the plies, rounded up.
+  // The mating side's moves are its half of the plies to mate, rounded up;
+  // the mated side has made one move fewer than the plies it survives.
   if (score > MateThreshold) return (ScoreInfinite - score + 1) / 2;
   if (score < -MateThreshold) return -std::max(1, (ScoreInfinite + score) / 2);
   return 0;
@@ -46,4 +44,10 @@ std::vector<std::string> SplitWords(const std::string &line) {
     if (i > start) words.push_back(line.substr(start, i - start));
   }
   return words;
+}
+
+std::string JoinWords(const std::vector<std::string> &words, size_t first) {
+  std::string text;
+  for (size_t i = first; i < words.size(); ++i) text += (text.empty() ? "" : " ") + words[i];
+  return text;
 }

@@ -1,0 +1,16 @@
+// The engine library as every front end reaches it: its eighteen exports in
+// one table, filled by a loader (the shared library, found at run time) or by
+// linking the engine in (WebAssembly).
+#pragma once
+
+#include "../Native/varn504.h"
+
+// Addresses of the eighteen exports: Varn.Analyse for VarnAnalyse and so on.
+struct VarnExports {
+#define VARN_SLOT(name, result, parameters) Varn##name##Fn name;
+  VARN_EXPORTS(VARN_SLOT)
+#undef VARN_SLOT
+};
+
+// The exports of the library in use; every slot is set before a session starts.
+extern VarnExports Varn;

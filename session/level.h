@@ -1,0 +1,51 @@
+// Levels: Varn at a chosen strength, for players who want an opponent near
+// their own. Every root move is scored by a short search of the position after
+// it; the move played is drawn at random, with chances that fall as its loss
+// against the best move grows. The lower the level, the flatter the chances
+// and the larger the losses it may choose, so it errs like a weaker player:
+// often a little, rarely a lot, never past a mate in one or a free queen.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+// The range of UCI_Elo: measured levels, up to full strength at the top.
+constexpr int LevelEloMin = 1350;
+constexpr int LevelEloMax = 2000;
+
+// How a level plays.
+struct LevelStyle {
+  int childPlies;     // depth of the search after each root move
+  int spreadCp;       // a loss of this many centipawns divides a move's chance by e
+  int largestLossCp;  // moves losing more are never chosen
+};
+
+// The style of the level with this Elo (clamped to the range); full strength
+// has no style and is played by the ordinary search.
+LevelStyle LevelStyleFor(int elo);
+
+// A root move with the score of the position after it, seen from the side to
+// move at the root.
+struct ScoredMove {
+  std::string move;
+  int32_t score = 0;
+  std::string line;  // the move and the search's line after it
+};
+
+// Chances (not normalised) of moves that lose these many centipawns against
+// the best one.
+std::vector<double> LevelChances(const std::vector<int32_t> &losses, const LevelStyle &style);
+
+// What a move loses against the best score; mates count beyond every other
+// score, and a longer mate less than a shorter one.
+int32_t ScoreLoss(int32_t best, int32_t score);
+
+// The index of the move a level plays among scored moves (at least one): a
+// mate found is always played, anything else is drawn by LevelChances.
+size_t ChooseLevelMove(const std::vector<ScoredMove> &moves, const LevelStyle &style);
+
+// Starts the level's random choices anew: from the Level Seed option when it
+// is set, else from the clock. Called at the start, for a new game and when
+// the seed changes, so a set seed replays a game move for move.
+void ReseedLevel();

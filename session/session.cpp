@@ -1,0 +1,568 @@
+// One "go" at a time: the library's search on its own thread, a watchdog that
+// stops it on the host's deadlines, and the reports turned into UCI lines.
+#include "session.h"
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <iterator>
+#include <mutex>
+#include <thread>
+
+#include "exports.h"
+#include "game.h"
+#include "level.h"
+#include "options.h"
+#include "output.h"
+#include "reports.h"
+#include "rules.h"
+
+#include "../tools/bench_positions.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// What the reports of the current go told so far; written by the callbacks,
+// which run on the thread inside VarnAnalyse.
+struct ReportState {
+  int32_t depth = 0;
+  NodeCounter counter;        // the running VarnAnalyse call's nodes
+  uint64_t earlierNodes = 0;  // earlier calls of this go (follow-up, level)
+  uint64_t nodes = 0;         // all of this go's nodes so far
+  uint64_t lineNodes = 0;     // the running call's count at its last line report
+  std::string bestLine;       // last exact line, moves in UCI notation
+  int32_t bestDepth = 0;      // its depth and score
+  int32_t bestScore = 0;
+  std::string fallbackMove;   // the root list's front move, or the last fail high
+  std::string fallbackScore;  // " score ..." of a fail high, "" for a front move
+  bool quiet = false;         // reports are read, not printed (bench, level)
+};
+
+// State shared by the caller's thread, the search thread and the watchdog.
+struct SharedState {
+  bool active = false;       // from the go until bestmove is written
+  bool analysing = false;    // inside VarnAnalyse
+  bool phasePonder = false;  // the running VarnAnalyse was started to ponder
+  bool stopRequested = false;
+  bool ponderHit = false;
+  bool nodesReached = false; // a report reached the plan's node limit
+  bool mateFound = false;    // a line reached the plan's mate limit
+  bool watchdogQuit = false;
+  SearchPlan plan;
+  Clock::time_point goTime;
+  Clock::time_point clockBase;  // go, or ponderhit for a ponder search
+};
+
+// A root move for a level: the position after it ends the game when it has
+// no legal move.
+struct LevelChild {
+  std::string move;
+  bool mates = false;
+  bool stalemates = false;
+};
+
+// What a go hands to its search thread.
+struct SearchOrder {
+  SearchPlan plan;
+  std::string hostMove;     // played when the library reports nothing
+  std::string noMoveScore;  // score shown when there is no legal move
+  bool level = false;       // a level chooses the move
+  int elo = LevelEloMax;
+  std::string fen, moves;   // the game as the library gets it, for the level
+  std::vector<LevelChild> children;
+};
+
+ReportState Report;
+SharedState State;
+std::mutex StateLock;
+std::condition_variable StateChanged;
+std::thread SearchThread;
+std::thread WatchdogThread;
+std::string PreviousLine;  // the exact line of the search before the current one
+
+// The word at index in a line ("" when missing).
+std::string WordAt(const std::string &line, size_t index) {
+  std::vector<std::string> words = SplitWords(line);
+  return index < words.size() ? words[index] : "";
+}
+
+// Milliseconds since the current go.
+int64_t ElapsedSinceGo() {
+  return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - State.goTime).count();
+}
+
+// The words of an info line from depth to score, for a search so far.
+std::string InfoHead(int32_t depth, const std::string &score) {
+  const int64_t ms = ElapsedSinceGo();
+  const uint64_t nps = Report.nodes * 1000 / uint64_t(std::max<int64_t>(1, ms));
+  return "info depth " + std::to_string(depth) + " nodes " + std::to_string(Report.nodes) + " time " +
+         std::to_string(ms) + " nps " + std::to_string(nps) + score;
+}
+
+// Tells the watchdog when a report reached the plan's node limit.
+void NoteNodes() {
+  std::lock_guard<std::mutex> guard(StateLock);
+  if (State.plan.nodeLimit >= 0 && Report.nodes >= uint64_t(State.plan.nodeLimit)) State.nodesReached = true;
+  StateChanged.notify_all();
+}
+
+// Ends a "go mate N" search once an exact line mates in N moves or fewer. The
+// stop is set here, inside the report, so no deeper line follows it.
+void NoteMate(int32_t score) {
+  std::lock_guard<std::mutex> guard(StateLock);
+  const int32_t mate = MateMoves(score);
+  if (mate < 1 || mate > State.plan.mateMoves) return;
+  State.mateFound = true;
+  Varn.StopAnalyse();
+  StateChanged.notify_all();
+}
+
+// Slots 1 and 6: the library never calls them.
+void OnReserved() {}
+
+// Node count, sent before every line or root-move report.
+void OnNodes(uint32_t nodes, int32_t, int32_t) {
+  Report.nodes = Report.earlierNodes + Report.counter.Add(nodes);
+}
+
+// Iteration depth in plies, sent first in every report.
+void OnDepth(int32_t depth, int32_t) { Report.depth = depth; }
+
+// A root move about to be searched.
+void OnCurrentMove(const char *move, int32_t index, int32_t) {
+  if (!move || !*move) return;
+  // The front of the root list is the best move of the last iteration.
+  if (index == 1) {
+    Report.fallbackMove = LowerCase(move);
+    Report.fallbackScore.clear();
+  }
+  NoteNodes();
+  if (Report.quiet) return;
+  Say("info depth " + std::to_string(Report.depth) + " currmove " + LowerCase(move) + " currmovenumber " +
+      std::to_string(index));
+}
+
+// A new best line ("m1 m2 ... "), or a window failure ("m1!" or "m1?").
+void OnLine(const char *text, int32_t score) {
+  if (!text || !*text) return;
+  const LineReport report = ReadLineReport(text);
+  const std::string &bound = report.bound;
+  if (report.moves.empty()) return;
+  Report.lineNodes = Report.counter.Total();
+  const std::string pv = JoinWords(report.moves);
+  if (bound.empty()) {
+    Report.bestLine = pv;
+    Report.bestDepth = Report.depth;
+    Report.bestScore = score;
+    if (!Report.quiet) NoteMate(score);
+  } else if (bound == " lowerbound") {
+    Report.fallbackMove = report.moves[0];
+    Report.fallbackScore = " score " + ScoreText(score) + bound;
+  }
+  NoteNodes();
+  if (Report.quiet) return;
+  Say(InfoHead(Report.depth, " score " + ScoreText(score) + bound) + " pv " + pv);
+}
+
+// True once the search must end: a stop, the node limit or the deadline
+// (whose clock does not run while pondering).
+bool StopDue(Clock::time_point now) {
+  const SharedState &s = State;
+  const bool clockRuns = !(s.plan.ponder && !s.ponderHit);
+  const bool timeUp = clockRuns && s.plan.stopAfterMs >= 0 &&
+                      now >= s.clockBase + std::chrono::milliseconds(s.plan.stopAfterMs);
+  return s.stopRequested || s.nodesReached || s.mateFound || timeUp;
+}
+
+bool StopDueNow() {
+  std::lock_guard<std::mutex> guard(StateLock);
+  return StopDue(Clock::now());
+}
+
+// The deadline after now, if any.
+bool NextDeadline(Clock::time_point now, Clock::time_point &wake) {
+  const SharedState &s = State;
+  if (!s.analysing || (s.plan.ponder && !s.ponderHit) || s.plan.stopAfterMs < 0) return false;
+  wake = s.clockBase + std::chrono::milliseconds(s.plan.stopAfterMs);
+  return wake > now;
+}
+
+// Stops searches at the host's deadlines and on request; the stop is repeated
+// until VarnAnalyse returns, since a stop sent just before the library's own
+// start of search would be cleared by it.
+void Watchdog() {
+  std::unique_lock<std::mutex> lock(StateLock);
+  while (!State.watchdogQuit) {
+    Clock::time_point now = Clock::now();
+    if (State.analysing && StopDue(now)) {
+      Varn.StopAnalyse();
+      StateChanged.wait_for(lock, std::chrono::milliseconds(5));
+      continue;
+    }
+    Clock::time_point wake;
+    if (NextDeadline(now, wake)) {
+      StateChanged.wait_until(lock, wake);
+    } else {
+      StateChanged.wait(lock);
+    }
+  }
+}
+
+// One VarnAnalyse call with the watchdog informed; returns its result.
+int32_t Analyse(bool ponder) {
+  bool asPonder = false;
+  {
+    std::lock_guard<std::mutex> guard(StateLock);
+    asPonder = ponder && !State.ponderHit;
+    State.phasePonder = asPonder;
+    State.analysing = true;
+    Report.earlierNodes = Report.nodes;
+    Report.counter = NodeCounter();
+    StateChanged.notify_all();
+  }
+  const int32_t result = Varn.Analyse(asPonder ? 1 : 0);
+  {
+    std::lock_guard<std::mutex> guard(StateLock);
+    State.analysing = false;
+    State.phasePonder = false;
+    StateChanged.notify_all();
+  }
+  return result;
+}
+
+// Gives the library the plan's search limit.
+void SetLimit(const SearchPlan &plan) {
+  switch (plan.mode) {
+    case LimitMode::Infinite: Varn.SetInfinite(); break;
+    case LimitMode::Depth: Varn.SetDepth(plan.depth); break;
+    case LimitMode::Blitz: Varn.SetBlitz(plan.clockSeconds, plan.incrementSeconds); break;
+    case LimitMode::MovesInTime: Varn.SetTime(plan.moves, plan.clockSeconds); break;
+  }
+}
+
+// A writable copy of text for the library's in-place tokenizer.
+std::vector<char> Writable(const std::string &text) {
+  std::vector<char> buffer(text.begin(), text.end());
+  buffer.push_back('\0');
+  return buffer;
+}
+
+// Hands a position to the library: a FEN ("" for the start position) and
+// moves played on it.
+void SendPosition(const std::string &fen, const std::string &moves) {
+  if (fen.empty()) {
+    Varn.SetStartPosition();
+  } else {
+    std::vector<char> text = Writable(fen);
+    Varn.SetPosition(text.data());
+  }
+  if (!moves.empty()) {
+    std::vector<char> text = Writable(moves);
+    Varn.SetGame(text.data());
+  }
+}
+
+// The score of a root move from the search of the position after it: the
+// child's score turned to the root's side, its mates one ply further away.
+int32_t ScoreFromChild(int32_t childScore) {
+  const int32_t score = -childScore;
+  return score > MateThreshold ? score - 1 : score < -MateThreshold ? score + 1 : score;
+}
+
+// Scores every root move with a search of plies after it, in the order of
+// the list; stops early when the go must end.
+std::vector<ScoredMove> ScoreRootMoves(const SearchOrder &order, int plies) {
+  std::vector<ScoredMove> scored;
+  for (const LevelChild &child : order.children) {
+    ScoredMove entry{child.move, 0, child.move};
+    if (child.mates || child.stalemates) {
+      // The mated side is mated at the child's own ply, the root's second.
+      entry.score = child.mates ? ScoreInfinite - 2 : 0;
+    } else {
+      if (StopDueNow()) break;
+      SendPosition(order.fen, order.moves.empty() ? child.move : order.moves + " " + child.move);
+      Varn.SetDepth(plies);
+      Report.bestLine.clear();
+      Analyse(false);
+      if (Report.bestLine.empty()) break;
+      entry.score = ScoreFromChild(Report.bestScore);
+      entry.line += " " + Report.bestLine;
+    }
+    scored.push_back(entry);
+  }
+  return scored;
+}
+
+// A level's move: passes over the root moves, each a ply deeper than the last
+// up to the level's depth while time allows, then the choice among the last
+// complete pass (or the part of the first pass there was time for).
+void RunLevel(const SearchOrder &order) {
+  const LevelStyle style = LevelStyleFor(order.elo);
+  Report.quiet = true;
+  std::vector<ScoredMove> scored;
+  for (int plies = ReportedPlies; plies <= style.childPlies; ++plies) {
+    std::vector<ScoredMove> pass = ScoreRootMoves(order, plies);
+    const bool complete = pass.size() == order.children.size();
+    if (complete || scored.empty()) scored = pass;
+    if (!complete) break;
+    Report.bestDepth = plies + 1;
+    // A deeper pass costs several times this one; start it only when that fits.
+    const int64_t budget = order.plan.budgetMs;
+    if (budget >= 0 && ElapsedSinceGo() * 4 > budget) break;
+  }
+  Report.quiet = false;
+  Report.bestLine.clear();
+  Report.fallbackMove.clear();
+  if (scored.empty()) return;
+  const ScoredMove &chosen = scored[ChooseLevelMove(scored, style)];
+  Report.bestLine = chosen.line;
+  Report.bestScore = chosen.score;
+  Report.bestDepth = std::max(Report.bestDepth, ReportedPlies + 1);
+}
+
+// The search thread: the planned search (or a level's), a depth-5 follow-up
+// when the library's own clock ended it before it reported a line and the
+// host's time is not up, the wait a held bestmove needs, then bestmove.
+// Without a line the library's front root move is played, else the host's.
+void RunSearch(SearchOrder order) {
+  const SearchPlan &plan = order.plan;
+  int32_t result = 0;
+  if (order.level) {
+    RunLevel(order);
+  } else {
+    SetLimit(plan);
+    result = Analyse(plan.ponder);
+    if (result == 0 && Report.bestLine.empty() && !StopDueNow()) {
+      Varn.SetDepth(ReportedPlies);
+      Analyse(false);
+    }
+  }
+  {
+    std::unique_lock<std::mutex> lock(StateLock);
+    StateChanged.wait(lock, [&] { return State.stopRequested || !plan.hold || (plan.ponder && State.ponderHit); });
+  }
+  std::string best = WordAt(Report.bestLine, 0);
+  std::string ponder = WordAt(Report.bestLine, 1);
+  // The last word before bestmove: the line played, with its depth and score
+  // where the library reported them.
+  std::string info = InfoHead(Report.bestDepth, " score " + ScoreText(Report.bestScore)) + " pv " + Report.bestLine;
+  if (best.empty()) {
+    best = Report.fallbackMove.empty() ? order.hostMove : Report.fallbackMove;
+    info = InfoHead(Report.depth, Report.fallbackMove.empty() ? "" : Report.fallbackScore) + " pv " + best;
+  }
+  if (result != 0 || best.empty()) {
+    best = "0000";
+    ponder.clear();
+    info = InfoHead(Report.depth, order.noMoveScore.empty() ? "" : " score " + order.noMoveScore);
+  }
+  Say(info);
+  Say("bestmove " + best + (ponder.empty() ? "" : " ponder " + ponder));
+  std::lock_guard<std::mutex> guard(StateLock);
+  State.active = false;
+  StateChanged.notify_all();
+}
+
+// Starts the order on a new search thread (and the watchdog on first use);
+// false when no thread could be started, then nothing was written.
+bool StartSearch(const SearchOrder &order) {
+  if (SearchThread.joinable()) SearchThread.join();
+  if (!Report.bestLine.empty()) PreviousLine = Report.bestLine;
+  Report = ReportState();
+  {
+    std::lock_guard<std::mutex> guard(StateLock);
+    const bool quit = State.watchdogQuit;
+    State = SharedState();
+    State.watchdogQuit = quit;
+    State.active = true;
+    State.plan = order.plan;
+    State.goTime = Clock::now();
+    State.clockBase = State.goTime;
+  }
+  try {
+    if (!WatchdogThread.joinable()) WatchdogThread = std::thread(Watchdog);
+    SearchThread = std::thread(RunSearch, order);
+  } catch (const std::exception &error) {
+    std::fprintf(stderr, "varn: cannot start a search thread (%s); answering without a search\n", error.what());
+    std::lock_guard<std::mutex> guard(StateLock);
+    State.active = false;
+    return false;
+  }
+  return true;
+}
+
+// Answers a go without a search: a final info line (with the score text when
+// one is known) and "bestmove move", "0000" when move is "".
+void AnswerAtOnce(const std::string &move, const std::string &score) {
+  Say("info depth 0 nodes 0 time 0" + (score.empty() ? "" : " score " + score) + (move.empty() ? "" : " pv " + move));
+  Say("bestmove " + (move.empty() ? "0000" : move));
+}
+
+// The move played when the library reports none in time: the previous
+// search's line continued when the game followed it, else the first legal
+// move; "" when there is none.
+std::string HostMove(const std::vector<std::string> &legal) {
+  const std::vector<std::string> line = SplitWords(Report.bestLine.empty() ? PreviousLine : Report.bestLine);
+  const std::vector<std::string> &played = GameMoves();
+  const size_t n = played.size();
+  if (line.size() > 2 && n >= 2 && played[n - 2] == line[0] && played[n - 1] == line[1] &&
+      std::find(legal.begin(), legal.end(), line[2]) != legal.end())
+    return line[2];
+  return legal.empty() ? "" : legal[0];
+}
+
+// The level's view of the root moves: which of them end the game at once.
+std::vector<LevelChild> LevelChildren(const std::vector<std::string> &legal) {
+  std::vector<LevelChild> children;
+  for (const std::string &move : legal) {
+    LevelChild child{move};
+    std::string next;
+    bool irreversible = false;
+    if (RulesPlay(GameFen(), move, next, irreversible) && RulesLegalMoves(next).empty()) {
+      child.mates = RulesInCheck(next);
+      child.stalemates = !child.mates;
+    }
+    children.push_back(child);
+  }
+  return children;
+}
+
+}  // namespace
+
+const VarnCallbacks SessionCallbacks = {OnReserved, OnNodes, OnDepth, OnCurrentMove, OnLine, OnReserved};
+
+bool StartSession(std::string &error) {
+  if (!StartEngine(error)) return false;
+  ReseedLevel();
+  return true;
+}
+
+void EndSession() {
+  JoinSearch(true);
+  {
+    std::lock_guard<std::mutex> guard(StateLock);
+    State.watchdogQuit = true;
+    StateChanged.notify_all();
+  }
+  if (WatchdogThread.joinable()) WatchdogThread.join();
+  StopEngine();
+}
+
+void SetPosition(const std::vector<std::string> &words, size_t first) {
+#ifdef VARN_SHARED_CORE
+  // The rules share the core with the library here: no search may run.
+  JoinSearch(true);
+#endif
+  for (const std::string &note : SetGamePosition(words, first)) Say("info string " + note);
+}
+
+void Go(const GoRequest &goRequest, bool wait) {
+  JoinSearch(true);
+  if (!GameIsLegal()) {
+    AnswerAtOnce("", "");
+    return;
+  }
+  GoRequest request = goRequest;
+  SearchOrder order;
+  const std::vector<std::string> legal = RulesLegalMoves(GameFen());
+  order.hostMove = HostMove(legal);
+  order.noMoveScore = legal.empty() ? (RulesInCheck(GameFen()) ? "mate 0" : "cp 0") : "";
+  if (request.perft >= 0) {
+    Say("info string perft is not supported: answering with a move at once");
+    AnswerAtOnce(order.hostMove, order.noMoveScore);
+    return;
+  }
+  if (request.searchMoves) Say("info string searchmoves is not supported: searching all moves");
+  if (request.depth >= 0 && request.depth < ReportedPlies)
+    Say("info string depth " + std::to_string(request.depth) + " is searched to depth " +
+        std::to_string(ReportedPlies) + ", the least the engine reports");
+  order.plan = PlanSearch(request, GameWhiteToMove(), CurrentPlanSettings());
+  // A spent clock leaves no time for a search: answer before the thread and
+  // the library's set-up cost anything.
+  if (order.plan.stopAfterMs == 0 && !order.plan.hold) {
+    AnswerAtOnce(order.hostMove, order.noMoveScore);
+    return;
+  }
+  order.elo = int(OptionValue(EloOption));
+  order.level = OptionValue(LimitStrengthOption) && order.elo < LevelEloMax && !legal.empty();
+  if (order.level) order.children = LevelChildren(legal);
+  SyncEngine();
+  GameHandover(order.fen, order.moves, order.level ? 1 : 0);
+  SendPosition(order.fen, order.moves);
+  if (!StartSearch(order)) {
+    AnswerAtOnce(order.hostMove, order.noMoveScore);
+    return;
+  }
+  if (wait) {
+    bool holds = false;
+    {
+      std::lock_guard<std::mutex> guard(StateLock);
+      holds = order.plan.hold;
+    }
+    if (!holds) JoinSearch(false);
+  }
+}
+
+void Stop() {
+  std::lock_guard<std::mutex> guard(StateLock);
+  if (!State.active) return;
+  State.stopRequested = true;
+  StateChanged.notify_all();
+}
+
+void PonderHit() {
+  std::lock_guard<std::mutex> guard(StateLock);
+  if (!State.active || !State.plan.ponder || State.ponderHit) return;
+  State.ponderHit = true;
+  State.clockBase = Clock::now();
+  // The library's clock starts now too; a search that has not yet entered
+  // VarnAnalyse starts without pondering instead.
+  if (State.analysing && State.phasePonder) Varn.PonderingOff();
+  StateChanged.notify_all();
+}
+
+void NewGame() {
+  JoinSearch(true);
+  RequestClearHash();
+  SyncEngine();
+  ReseedLevel();
+}
+
+void Ready() {
+  if (!SearchActive()) SyncEngine();
+}
+
+bool SearchActive() {
+  std::lock_guard<std::mutex> guard(StateLock);
+  return State.active;
+}
+
+void JoinSearch(bool stopFirst) {
+  if (stopFirst) Stop();
+  if (SearchThread.joinable()) SearchThread.join();
+}
+
+void RunBench(int depth) {
+  JoinSearch(true);
+  SyncEngine();
+  if (depth < 1) depth = BenchDepth;
+  uint64_t total = 0;
+  const auto start = Clock::now();
+  for (const BenchPosition &position : BenchPositions) {
+    // The engine's own benchmark procedure, so both give the same node total.
+    Varn.ClearHashtable();
+    SendPosition(position.fen, "");
+    Varn.SetDepth(depth);
+    Report = ReportState();
+    Report.quiet = true;
+    Varn.Analyse(0);
+    total += Report.lineNodes;
+  }
+  Report = ReportState();
+  const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
+  Say("positions " + std::to_string(std::size(BenchPositions)) + " depth " + std::to_string(depth));
+  Say("nodes " + std::to_string(total));
+  Say("time " + std::to_string(ms) + " ms");
+  Say("nps " + std::to_string(total * 1000 / uint64_t(ms > 0 ? ms : 1)));
+}

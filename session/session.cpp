@@ -433,6 +433,10 @@ std::vector<LevelChild> LevelChildren(const std::vector<std::string> &legal) {
 const VarnCallbacks SessionCallbacks = {OnReserved, OnNodes, OnDepth, OnCurrentMove, OnLine, OnReserved};
 
 bool StartSession(std::string &error) {
+  {
+    std::lock_guard<std::mutex> guard(StateLock);
+    State.watchdogQuit = false;
+  }
   if (!StartEngine(error)) return false;
   ReseedLevel();
   return true;
@@ -524,6 +528,9 @@ void PonderHit() {
 
 void NewGame() {
   JoinSearch(true);
+  // The last game's line must not choose a move of the new one.
+  Report.bestLine.clear();
+  PreviousLine.clear();
   RequestClearHash();
   SyncEngine();
   ReseedLevel();

@@ -1,0 +1,97 @@
+// A stand-in for the engine library that sends scripted reports, so the
+// session's handling of what the library says (node counts past 32 bits,
+// window failures, mates, late lines) can be tested without a real search.
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "../../session/exports.h"
+
+// One step of a scripted search.
+struct FakeStep {
+  enum Kind { Nodes, Depth, RootMove, Line, AwaitStop, Pause } kind;
+  uint32_t number;   // nodes, depth, move index or pause in ms
+  std::string text;  // root move or line text
+  int32_t score;
+  FakeStep(Kind k, uint32_t n = 0, std::string t = "", int32_t s = 0) : kind(k), number(n), text(std::move(t)), score(s) {}
+};
+
+inline std::vector<FakeStep> FakeScript;     // what the next VarnAnalyse sends
+inline int32_t FakeResult = 0;               // what it returns
+inline std::atomic<int> FakeStops{0};        // VarnStopAnalyse calls so far
+inline std::atomic<int> FakePonderOffs{0};   // VarnPonderingOff calls so far
+inline std::atomic<int> FakeSearches{0};     // VarnAnalyse calls so far
+inline std::atomic<int> FakeClears{0};       // VarnClearHashtable calls so far
+inline std::vector<std::string> FakeParams;  // "name=value" of every VarnSetParam
+inline VarnCallbacks FakeCallbacks{};
+
+namespace fake {
+inline std::atomic<bool> Stopped{false};
+inline int32_t Init(const VarnCallbacks *callbacks, int32_t, int32_t hashKb) {
+  FakeCallbacks = *callbacks;
+  return hashKb > 4096 ? 4096 : hashKb;  // a machine with room for 4 MB only
+}
+inline int32_t Analyse(int32_t) {
+  ++FakeSearches;
+  Stopped = false;
+  for (const FakeStep &step : FakeScript) {
+    switch (step.kind) {
+      case FakeStep::Nodes: FakeCallbacks.ReportNodes(step.number, 0, 0); break;
+      case FakeStep::Depth: FakeCallbacks.ReportDepth(int32_t(step.number), 0); break;
+      case FakeStep::RootMove: FakeCallbacks.ReportCurrentMove(step.text.c_str(), int32_t(step.number), 20); break;
+      case FakeStep::Line: FakeCallbacks.ReportPrincipalVariation(step.text.c_str(), step.score); break;
+      case FakeStep::AwaitStop:
+        while (!Stopped) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        return FakeResult;
+      case FakeStep::Pause: std::this_thread::sleep_for(std::chrono::milliseconds(step.number)); break;
+    }
+  }
+  return FakeResult;
+}
+inline void Stop() {
+  ++FakeStops;
+  Stopped = true;
+}
+inline void PonderingOff() { ++FakePonderOffs; }
+inline void Clear() { ++FakeClears; }
+inline void SetParam(const char *name, const char *value) { FakeParams.push_back(std::string(name) + "=" + value); }
+inline const char *const *ParamList() {
+  static const char *const lines[] = {"option name DrawScore type spin default 15 min -50 max 50", nullptr};
+  return lines;
+}
+inline const char *Text() { return "Fake"; }
+inline void Nothing() {}
+inline void Depth(int32_t) {}
+inline void Text1(char *) {}
+inline void Pair(int32_t, int32_t) {}
+}  // namespace fake
+
+// The exports of the stand-in; the setters it ignores do nothing.
+inline VarnExports FakeExports() {
+  VarnExports exports{};
+  exports.Analyse = fake::Analyse;
+  exports.ClearHashtable = fake::Clear;
+  exports.GetAuthor = fake::Text;
+  exports.GetParamList = fake::ParamList;
+  exports.GetVersion = fake::Text;
+  exports.Init = fake::Init;
+  exports.NextBest = fake::Nothing;
+  exports.PonderingOff = fake::PonderingOff;
+  exports.Quit = fake::Nothing;
+  exports.SetBlitz = fake::Pair;
+  exports.SetDepth = fake::Depth;
+  exports.SetGame = fake::Text1;
+  exports.SetInfinite = fake::Nothing;
+  exports.SetParam = fake::SetParam;
+  exports.SetPosition = fake::Text1;
+  exports.SetStartPosition = fake::Nothing;
+  exports.SetTime = fake::Pair;
+  exports.StopAnalyse = fake::Stop;
+  return exports;
+}

@@ -52,7 +52,8 @@ TEST(LevelChoice, DrawsFollowTheChancesAndMatesAreAlwaysPlayed) {
   EXPECT_EQ(counts["d"], 0);
   // Losses of mates count beyond every score: the shorter mate is the best.
   EXPECT_LT(ScoreLoss(ScoreInfinite - 2, ScoreInfinite - 4), ScoreLoss(ScoreInfinite - 2, 1400));
-  const std::vector<ScoredMove> mating = {{"x", 900, ""}, {"mate", ScoreInfinite - 4, ""}, {"y", 899, ""}};
+  // Even a mate so long that a big win scores near it is always played.
+  const std::vector<ScoredMove> mating = {{"x", 1450, ""}, {"mate", MateThreshold + 30, ""}, {"y", 1449, ""}};
   for (int i = 0; i < 200; ++i) EXPECT_EQ(mating[ChooseLevelMove(mating, style)].move, "mate");
 }
 

@@ -163,12 +163,16 @@ class ScriptedSession : public testing::Test {
     FakeScript.clear();
     FakeResult = 0;
     FakeParams.clear();
+    FakeTimedOut = false;
     SetOutput(Capture);
     std::string error;
     ASSERT_TRUE(StartSession(error));
     Position("startpos");
   }
-  void TearDown() override { EndSession(); }
+  void TearDown() override {
+    EndSession();
+    EXPECT_FALSE(FakeTimedOut) << "a search waited for a stop that never came";
+  }
 
   // The words of the last info line before bestmove, and the bestmove line.
   static std::pair<std::string, std::string> Ending(const std::vector<std::string> &lines) {
@@ -208,7 +212,7 @@ TEST_F(ScriptedSession, AFailHighIsPlayedWhenNoLineCameAndAMateLimitStopsAtItsMa
   FakeScript = {{FakeStep::Depth, 5},  {FakeStep::Line, 0, "e2e4 e7e5 f1c4 ", ScoreInfinite - 6},
                 {FakeStep::Depth, 6},  {FakeStep::Line, 0, "d1h5 g8f6 h5f7 ", ScoreInfinite - 4},
                 {FakeStep::AwaitStop}};
-  EXPECT_EQ(GoAndWait("mate 2 movetime 5000", &lines), "bestmove d1h5 ponder g8f6");
+  EXPECT_EQ(GoAndWait("mate 2", &lines), "bestmove d1h5 ponder g8f6");
   EXPECT_NE(Ending(lines).first.find("score mate 2 pv d1h5"), std::string::npos) << Ending(lines).first;
 }
 
@@ -243,14 +247,17 @@ TEST_F(ScriptedSession, ReadyDuringASearchAnswersAtOnce) {
 }
 
 TEST_F(ScriptedSession, OptionsReachTheLibraryAndOutliveARestart) {
-  // The stand-in has room for a 4 MB table only.
-  EXPECT_EQ(SetOption("hash", "16"), "");
   EXPECT_EQ(SetOption("DrawScore", "-20"), "");
   EXPECT_EQ(SetOption("CheckExtensions", "99"), "option CheckExtensions 99 is out of range: set to 60 (0 to 60)");
+  Ready();
+  EXPECT_EQ(FakeParams, (std::vector<std::string>{"DrawScore=-20", "CheckExtensions=60"}));
+  // A new size restarts the library, which resets its parameters: the GUI's
+  // choices are given again. The stand-in has room for a 4 MB table only.
+  FakeParams.clear();
+  EXPECT_EQ(SetOption("hash", "16"), "");
   TakeOutput();
   Ready();
   EXPECT_EQ(TakeOutput(), std::vector<std::string>{"info string Hash reduced to 4 MB"});
-  // The restart reset the library's parameters; the GUI's choices are given again.
   EXPECT_EQ(FakeParams, (std::vector<std::string>{"DrawScore=-20", "CheckExtensions=60"}));
   EXPECT_EQ(SetOption(EloOption, "x"), "option UCI_Elo needs a whole number");
   EXPECT_EQ(SetOption(EloOption, "99999"), "option UCI_Elo 99999 is out of range: set to " +
@@ -274,6 +281,16 @@ TEST_F(ScriptedSession, ANewGameInheritsNeitherTableNorLine) {
   const std::string first = RulesLegalMoves(GameFen())[0];
   ASSERT_NE(first, "b1c3");
   EXPECT_EQ(GoAndWait("depth 6"), "bestmove " + first);
+}
+
+TEST_F(ScriptedSession, ASearchEndedBeforeItsFirstLineGoesOnToTheFifthPly) {
+  // The library's own clock ends the search at once, without a line; the
+  // host's time is not up, so a depth-5 search follows and its line is played.
+  FakeScript = {{FakeStep::Depth, 4}};
+  const int searches = FakeSearches;
+  EXPECT_EQ(GoAndWait("wtime 60000 btime 60000"), "bestmove " + RulesLegalMoves(GameFen())[0]);
+  EXPECT_EQ(FakeSearches, searches + 2);
+  EXPECT_EQ(FakeDepth, ReportedPlies);
 }
 
 // Mate texts from both sides, from searches of the real library.

@@ -28,6 +28,8 @@ inline std::atomic<int> FakeStops{0};        // VarnStopAnalyse calls so far
 inline std::atomic<int> FakePonderOffs{0};   // VarnPonderingOff calls so far
 inline std::atomic<int> FakeSearches{0};     // VarnAnalyse calls so far
 inline std::atomic<int> FakeClears{0};       // VarnClearHashtable calls so far
+inline std::atomic<int> FakeDepth{0};        // the last VarnSetDepth
+inline std::atomic<bool> FakeTimedOut{false};  // an AwaitStop gave up after 3 s
 inline std::vector<std::string> FakeParams;  // "name=value" of every VarnSetParam
 inline VarnCallbacks FakeCallbacks{};
 
@@ -46,9 +48,14 @@ inline int32_t Analyse(int32_t) {
       case FakeStep::Depth: FakeCallbacks.ReportDepth(int32_t(step.number), 0); break;
       case FakeStep::RootMove: FakeCallbacks.ReportCurrentMove(step.text.c_str(), int32_t(step.number), 20); break;
       case FakeStep::Line: FakeCallbacks.ReportPrincipalVariation(step.text.c_str(), step.score); break;
-      case FakeStep::AwaitStop:
-        while (!Stopped) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      case FakeStep::AwaitStop: {
+        // A stop that never comes is a fault of the session: give up after 3 s.
+        const auto giveUp = std::chrono::steady_clock::now() + std::chrono::seconds(3);
+        while (!Stopped && std::chrono::steady_clock::now() < giveUp)
+          std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        if (!Stopped) FakeTimedOut = true;
         return FakeResult;
+      }
       case FakeStep::Pause: std::this_thread::sleep_for(std::chrono::milliseconds(step.number)); break;
     }
   }
@@ -67,7 +74,7 @@ inline const char *const *ParamList() {
 }
 inline const char *Text() { return "Fake"; }
 inline void Nothing() {}
-inline void Depth(int32_t) {}
+inline void Depth(int32_t plies) { FakeDepth = plies; }
 inline void Text1(char *) {}
 inline void Pair(int32_t, int32_t) {}
 }  // namespace fake

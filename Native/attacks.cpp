@@ -97,7 +97,6 @@ int LeastValuableAttacker(int side, Bitboard attackers) {
 
 }  // namespace
 
-// Shift tables, leaper tables, the four sliding tables and the mobility counts.
 void InitAttackTables() {
   constexpr int KnightSteps[8] = {-17, -15, -10, -6, 6, 10, 15, 17};
   constexpr int KingSteps[8] = {-9, -8, -7, -1, 1, 7, 8, 9};
@@ -111,8 +110,8 @@ void InitAttackTables() {
     ShiftAntiDiag[s] = 8 * ((r + f) & 7);
     KnightAttacks[s] = LeaperTargets(s, KnightSteps, 8, 3);
     KingAttacks[s] = LeaperTargets(s, KingSteps, 8, 2);
-    WhitePawnAttacks[s] = LeaperTargets(s, WhitePawnSteps, 2, 2);
-    BlackPawnAttacks[s] = LeaperTargets(s, BlackPawnSteps, 2, 2);
+    PawnAttacks[White][s] = LeaperTargets(s, WhitePawnSteps, 2, 2);
+    PawnAttacks[Black][s] = LeaperTargets(s, BlackPawnSteps, 2, 2);
     for (int o = 0; o < 256; ++o) {
       uint32_t rankEmpty = 0, fileEmpty = 0;
       RankAttacks[s][o] = WalkLine(s, 0, 0, o, rankEmpty) | WalkLine(s, 4, 0, o, rankEmpty);
@@ -133,15 +132,15 @@ void InitDerivedMasks() {
     for (int s : list) b |= SetMask[s];
     return b;
   };
-  SquaresA2H2 = squares({A2, H2});
-  SquaresA7H7 = squares({A7, H7});
+  BishopTrapSquares[Black] = squares({A2, H2});
+  BishopTrapSquares[White] = squares({A7, H7});
   QueenSideFiles = FileMask[0] | FileMask[1] | FileMask[2] | FileMask[3];
   KingSideFiles = FileMask[4] | FileMask[5] | FileMask[6] | FileMask[7];
   FilesBToG = ~FileMask[0] & ~FileMask[7];
-  CornerA1 = squares({A1, C1, B2});
-  CornerH1 = squares({F1, H1, G2});
-  CornerA8 = squares({A8, C8, B7});
-  CornerH8 = squares({F8, H8, G7});
+  CornerA[White] = squares({A1, C1, B2});
+  CornerH[White] = squares({F1, H1, G2});
+  CornerA[Black] = squares({A8, C8, B7});
+  CornerH[Black] = squares({F8, H8, G7});
 
   for (int s = 0; s < 64; ++s) {
     int f = File(s), r = Rank(s);
@@ -160,10 +159,10 @@ void InitDerivedMasks() {
     for (int rank = r + 1; rank < 8; ++rank) above |= RankMask[rank];
     for (int rank = 0; rank < r; ++rank) below |= RankMask[rank];
     AdjacentFiles[s] = sides;
-    WhitePassedMask[s] = threeFiles & above;
-    BlackPassedMask[s] = threeFiles & below;
-    AdjacentFilesBelow[s] = r == 7 ? 0 : sides & below;
-    AdjacentFilesAbove[s] = r == 0 ? 0 : sides & above;
+    PassedMask[White][s] = threeFiles & above;
+    PassedMask[Black][s] = threeFiles & below;
+    AdjacentFilesAhead[Black][s] = r == 7 ? 0 : sides & below;
+    AdjacentFilesAhead[White][s] = r == 0 ? 0 : sides & above;
 
     for (int t = 0; t < 64; ++t) {
       if (Direction[s][t]) InterposeMask[s][t] = Between[s][t] | SetMask[t];
@@ -182,7 +181,7 @@ Bitboard AttackersBy(int s) {
 
 Bitboard AttackersOf(int s) {
   const SideRecord &w = WhiteSide, &b = BlackSide;
-  return (WhitePawnAttacks[s] & b.pawns) | (BlackPawnAttacks[s] & w.pawns) |
+  return (PawnAttacks[White][s] & b.pawns) | (PawnAttacks[Black][s] & w.pawns) |
          (KnightAttacks[s] & (w.knights | b.knights)) |
          (BishopAttacksOf(s) & (w.bishops | w.queens | b.bishops | b.queens)) |
          (RookAttacksOf(s) & (w.rooks | w.queens | b.rooks | b.queens)) |

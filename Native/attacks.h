@@ -8,8 +8,6 @@ extern Bitboard KnightAttacks[64];
 extern Bitboard KingAttacks[64];
 // The squares a pawn of each colour [side] attacks.
 extern Bitboard PawnAttacks[2][64];
-inline constexpr Bitboard (&WhitePawnAttacks)[64] = PawnAttacks[White];
-inline constexpr Bitboard (&BlackPawnAttacks)[64] = PawnAttacks[Black];
 
 // Bit position of the byte holding a square's line in each occupancy board.
 extern int32_t ShiftRank[64];
@@ -43,10 +41,6 @@ constexpr const Bitboard *RayForward[2] = {RaySouth, RayNorth};
 extern Bitboard AdjacentFiles[64];
 extern Bitboard PassedMask[2][64];
 extern Bitboard AdjacentFilesAhead[2][64];
-inline constexpr Bitboard (&WhitePassedMask)[64] = PassedMask[White];
-inline constexpr Bitboard (&BlackPassedMask)[64] = PassedMask[Black];
-inline constexpr Bitboard (&AdjacentFilesAbove)[64] = AdjacentFilesAhead[White];
-inline constexpr Bitboard (&AdjacentFilesBelow)[64] = AdjacentFilesAhead[Black];
 
 // Check-blocking squares: between king a and checker b, plus b.
 extern Bitboard InterposeMask[64][64];
@@ -60,18 +54,13 @@ extern Bitboard FilesBToG;
 extern Bitboard BishopTrapSquares[2];
 extern Bitboard CornerA[2];
 extern Bitboard CornerH[2];
-inline constexpr Bitboard &SquaresA7H7 = BishopTrapSquares[White];
-inline constexpr Bitboard &SquaresA2H2 = BishopTrapSquares[Black];
-inline constexpr Bitboard &CornerA1 = CornerA[White];
-inline constexpr Bitboard &CornerH1 = CornerH[White];
-inline constexpr Bitboard &CornerA8 = CornerA[Black];
-inline constexpr Bitboard &CornerH8 = CornerH[Black];
 
 // Piece values by the signed code on the board.
 constexpr int SignedPieceValue[13] = {3000, 900, 500, 300, 300, 100, 0, 100, 300, 300, 500, 900, 3000};
 inline int ValueOfCode(int code) { return SignedPieceValue[code + 6]; }
 
-// Leaper, slider and mask tables (initialisation steps 3 and 4).
+// Shift tables, leaper tables, the four sliding tables, the mobility counts and
+// the masks derived from them (initialisation steps 3 and 4).
 void InitAttackTables();
 void InitDerivedMasks();
 
@@ -113,8 +102,6 @@ inline int AttackedBy(int s) {
   if (RookAttacksOf(s) & (us.rooks | us.queens)) return 1;
   return (KingAttacks[s] & SetMask[us.kingSquare]) != 0;
 }
-inline int AttackedByWhite(int s) { return AttackedBy<White>(s); }
-inline int AttackedByBlack(int s) { return AttackedBy<Black>(s); }
 
 // 1 when two different squares share a rank, a file or a diagonal (as a
 // nonzero Direction says), by arithmetic rather than a 16 KB table.
@@ -162,8 +149,6 @@ inline int InCheck(int side) {
 // The pieces of colour Us that attack s (king included).
 template <int Us>
 Bitboard AttackersBy(int s);
-inline Bitboard WhiteAttackersOf(int s) { return AttackersBy<White>(s); }
-inline Bitboard BlackAttackersOf(int s) { return AttackersBy<Black>(s); }
 
 // The pieces of both colours that attack s, sliders through the occupancy.
 Bitboard AttackersOf(int s);
@@ -172,8 +157,6 @@ Bitboard AttackersOf(int s);
 // enemy slider on their common line.
 template <int Us>
 int PinnedToKing(int s);
-inline int PinnedToWhiteKing(int s) { return PinnedToKing<White>(s); }
-inline int PinnedToBlackKing(int s) { return PinnedToKing<Black>(s); }
 
 // The set plus the slider hidden behind square on the line of direction.
 Bitboard AddXrayAttacker(int square, int direction, Bitboard set);

@@ -6,7 +6,11 @@
 
 #include "uint64.h"
 
-// Colours: every side argument uses this coding (nonzero means White).
+// Colours: every side argument uses this coding (nonzero means White). Where
+// the engine's documentation names a twin by its colour (AttackedByWhite,
+// GenerateBlackCaptures, WhitePassedMask, BlackKingDanger), the code has one
+// template over the colour (AttackedBy<White>) or one table indexed by it
+// (PassedMask[White]).
 constexpr int White = 1;
 constexpr int Black = 0;
 
@@ -18,6 +22,11 @@ constexpr int PawnStep[2] = {-8, 8};
 constexpr int RankMirror[2] = {56, 0};
 
 constexpr int Absolute(int x) { return x < 0 ? -x : x; }
+
+// The score scale: every score lies inside +-ScoreInfinite; a side mated at ply
+// p scores p - ScoreInfinite, and scores beyond +-MateThreshold are mates.
+constexpr int ScoreInfinite = 30000;
+constexpr int MateThreshold = 29000;
 
 // Piece kinds; Black's pieces are the negative codes on the board.
 enum : int { Empty = 0, Pawn = 1, Knight = 2, Bishop = 3, Rook = 4, Queen = 5, King = 6 };

@@ -98,13 +98,13 @@ HashEntry *ProbeHash(int side, int depth, int ply) {
 // Fills a probed slot unless it holds a deeper result.
 void StoreHash(HashEntry *entry, Move move, int depth, int ply, int score, int flags) {
   if (!entry) return;
-  if (score >= 29001) score += ply;
-  if (score < -29000) score -= ply;
+  if (score > MateThreshold) score += ply;
+  if (score < -MateThreshold) score -= ply;
   if (HashDepth(entry) > depth) return;
   // Each value is cut to its own field so none spills into the next; the score
-  // field holds score + 30000 as an unsigned 16-bit number.
+  // field holds score + ScoreInfinite as an unsigned 16-bit number.
   uint64_t packedDepth = uint64_t(depth < 0 ? 0 : depth > 0xFFF ? 0xFFF : depth);
-  uint64_t packedScore = uint64_t(uint16_t(score + 30000));
+  uint64_t packedScore = uint64_t(uint16_t(score + ScoreInfinite));
   entry->data = packedDepth | uint64_t(GameMoveCount & 0x7FF) << 12 | uint64_t(flags & 0xF) << 23 |
                 packedScore << 27 | uint64_t(move & 0x1FFFFF) << 43;
 }

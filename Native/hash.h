@@ -8,7 +8,7 @@
 
 struct HashEntry {
   uint64_t key;   // pawnKey ^ pieceKey of the position, 0 when never used
-  uint64_t data;  // depth 12 | age 11 | flags 4 | score+30000 16 | move 21
+  uint64_t data;  // depth 12 | age 11 | flags 4 | score+ScoreInfinite 16 | move 21
 };
 static_assert(sizeof(HashEntry) == 16);
 
@@ -29,15 +29,15 @@ extern void *(*HashAllocator)(size_t count, size_t size);
 inline int HashDepth(const HashEntry *e) { return int(e->data & 0xFFF); }
 inline int HashAge(const HashEntry *e) { return int(e->data >> 12 & 0x7FF); }
 inline int HashFlags(const HashEntry *e) { return int(e->data >> 23 & 0xF); }
-inline int HashStoredScore(const HashEntry *e) { return int(e->data >> 27 & 0xFFFF) - 30000; }
+inline int HashStoredScore(const HashEntry *e) { return int(e->data >> 27 & 0xFFFF) - ScoreInfinite; }
 inline Move HashMove(const HashEntry *e) { return Move(e->data >> 43 & 0x1FFFFF); }
 
 // The stored score seen from a node at ply: mate scores were stored relative
 // to the storing node.
 inline int HashScore(const HashEntry *e, int ply) {
   int score = HashStoredScore(e);
-  if (score > 29000) return score - ply;
-  if (score < -29000) return score + ply;
+  if (score > MateThreshold) return score - ply;
+  if (score < -MateThreshold) return score + ply;
   return score;
 }
 

@@ -43,7 +43,6 @@ const char *const OptionLines[] = {
     nullptr,
 };
 
-// Blanks, an optional sign and digits; saturates rather than overflowing.
 int32_t ParseDecimal(const char *text) {
   if (!text) return 0;
   const char *p = text;
@@ -59,12 +58,10 @@ int32_t ParseDecimal(const char *text) {
   return int32_t(value > INT32_MAX ? INT32_MAX : value);
 }
 
-// Every parameter back to its default.
 void SetParameterDefaults() {
   for (const Parameter &parameter : Parameters) *parameter.value = parameter.defaultValue;
 }
 
-// The first parameter of exactly this name takes the clamped value.
 void SetParameter(const char *name, const char *value) {
   if (!name) return;
   for (const Parameter &parameter : Parameters) {
@@ -151,7 +148,6 @@ void RefreshNewPosition() {
 
 }  // namespace
 
-// Record 1's line from index 1 up to the first empty word.
 char *LineText(char *buffer, int kind) {
   const Move *line = Ply[1].pvRow;
   buffer[0] = '\0';
@@ -213,6 +209,13 @@ void PlayGameText(const char *text) {
 void SetUpSearchablePosition(TokenSlot *slots, int count) {
   SetUpFromTokens(slots, count);
   if (InCheck(SideToMove ? Black : White)) SetStartPosition();
+}
+
+void SetUpPositionText(const char *fen) {
+  static TokenSlot slots[MaxTokens];
+  SetUpSearchablePosition(slots, SplitTokens(fen, slots));
+  ResetSearchState();
+  DerivePositionState();
 }
 
 extern "C" {

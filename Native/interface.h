@@ -40,8 +40,8 @@ extern VarnCallbacks Callbacks;
 
 // Room for a whole principal-variation row of five-letter moves and blanks.
 constexpr int LineTextSize = MaxPly * 6 + 8;
-// The text of record 1's principal variation in a buffer of LineTextSize
-// bytes: "e2e4!" for a fail high, "e2e4?" for a fail low, else every move
+// The text of record 1's principal variation (from index 1 up to the first
+// empty word) in a buffer of LineTextSize bytes: "e2e4!" for a fail high, "e2e4?" for a fail low, else every move
 // followed by a blank.
 char *LineText(char *buffer, int kind);
 
@@ -49,6 +49,10 @@ char *LineText(char *buffer, int kind);
 // search cannot handle (not one king per side, or the side not to move in
 // check) gives the start position instead.
 void SetUpSearchablePosition(TokenSlot *slots, int count);
+
+// Sets the position from FEN text as above and derives the search state from
+// it: the one set-up of the tools and the tests (the tables must be built).
+void SetUpPositionText(const char *fen);
 
 // Game record reader: the legal move a token names (0 for none), playing a
 // game move (0 when the record is full), and a whole text of moves.

@@ -150,11 +150,11 @@ Move NextEvasion(int ply) {
     GenerateEvasions<Us>(ply);
     for (int i = begin; i < record.listEnd; ++i) {
       const Move move = MoveStack[i];
-      MoveScores[i] = record.hashMove && move == record.hashMove ? ExactKey(30000) : CaptureKey(move);
+      MoveScores[i] = record.hashMove && move == record.hashMove ? ExactKey(ScoreInfinite) : CaptureKey(move);
     }
   }
   if (record.phase != 8) return 0;
-  const int best = BestCapture<Us>(begin, record.listEnd, ExactKey(-30000));
+  const int best = BestCapture<Us>(begin, record.listEnd, ExactKey(-ScoreInfinite));
   return best ? Take(best) : 0;
 }
 

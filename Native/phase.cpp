@@ -119,8 +119,6 @@ int RookPawnDraw(int side) {
 
 }  // namespace
 
-// Advances the game phase and builds the four tables for a search with root
-// side `side`.
 void PrepareSearchTables(int side) {
   const int us = side ? White : Black, them = !us;
   if (GamePhase == 0) {
@@ -139,7 +137,6 @@ void PrepareSearchTables(int side) {
   }
 }
 
-// Material difference, adjusted for unequal trades once pieces are on board.
 int MaterialBalance() {
   const int v = WhiteSide.material - BlackSide.material;
   if (WhiteSide.pieceUnits < 4 && BlackSide.pieceUnits < 4) return v;
@@ -147,8 +144,6 @@ int MaterialBalance() {
                              WhiteSide.majorWeight - BlackSide.majorWeight);
 }
 
-// Drives the weaker king to the edge (to a corner of the bishop's colour for
-// bishop and knight against a bare king) in positions without pawns.
 int PawnlessEnding() {
   const SideRecord &w = WhiteSide, &b = BlackSide;
   if (b.pieceUnits == 0 && w.pieceUnits == 6 && w.bishops && w.knights)
@@ -162,8 +157,6 @@ int PawnlessEnding() {
   return 0;
 }
 
-// Which sides can still win with the material on the board (bit 0 White,
-// bit 1 Black); side is the side to move.
 int WinChances(int side) {
   const SideRecord &w = WhiteSide, &b = BlackSide;
   const int wU = w.pieceUnits, bU = b.pieceUnits, wP = w.pawnCount, bP = b.pawnCount;

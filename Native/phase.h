@@ -1,11 +1,8 @@
-// Score scale, draw values, game phase, king-safety and attacking tables,
+// Draw values, game phase, king-safety and attacking tables,
 // material balance and endgame knowledge.
 #pragma once
 
 #include "board.h"
-
-constexpr int ScoreInfinite = 30000;
-constexpr int MateThreshold = 29000;
 
 extern int32_t DrawValue[2];  // [side]
 
@@ -22,12 +19,16 @@ extern int32_t OffensiveTable[2][128];
 extern const int32_t SafetyBase[64];
 extern const int32_t OffensiveBase[128];
 
-// Updates GamePhase and builds both sides' safety and attacking tables.
+// Advances GamePhase and builds both sides' safety and attacking tables for a
+// search whose root side is side.
 void PrepareSearchTables(int side);
 
-// White's material minus Black's with the trade adjustment.
+// White's material minus Black's, adjusted for unequal trades.
 int MaterialBalance();
-// Score of a position without pawns, White's view.
+// Score of a position without pawns, White's view: the weaker king driven to
+// the edge (to a corner of the bishop's colour for bishop and knight against
+// a bare king).
 int PawnlessEnding();
-// Bit 0: White can still win; bit 1: Black can.
+// Which sides can still win with the material on the board: bit 0 White,
+// bit 1 Black; side is the side to move.
 int WinChances(int side);

@@ -39,7 +39,7 @@ void PrepareRoot(int side) {
   DrawValue[1 - side] = -DrawScore;
   StopSearch = 0;
   BestMoveChangeDepth = 0;
-  NodeCountdown = 200000;
+  NodeCountdown = TimeCheckInterval;
   PonderedMs = 0;
   StartClock();
   NodeCount = 0;

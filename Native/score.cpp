@@ -517,7 +517,6 @@ int EvaluateTerms(int side, int lower, int upper, int ply, EvalTrace &t) {
 
 }  // namespace
 
-// Fills every colour's piece-square tables from the printed White tables.
 void InitEvaluationTables() {
   SplitByColour(KnightTable, KnightTables);
   SplitByColour(BishopTable, BishopTables);
@@ -537,7 +536,6 @@ int Evaluate(int side, int lower, int upper, int ply) {
   return EvaluateTerms(side, lower, upper, ply, unread);
 }
 
-// Evaluate, recording every term in trace.
 int EvaluateTraced(int side, int lower, int upper, int ply, EvalTrace &trace) {
   trace = EvalTrace{};
   return EvaluateTerms(side, lower, upper, ply, trace);
@@ -551,8 +549,8 @@ int KingSafety() {
   // Without a queen the attack on a king is much weaker.
   if (!WhiteSide.queens) black /= 2;
   if (!BlackSide.queens) white /= 2;
-  WhiteKingDanger = white;
-  BlackKingDanger = black;
+  KingDanger[White] = white;
+  KingDanger[Black] = black;
   return SafetyTable[Black][black] - SafetyTable[White][white];
 }
 

@@ -6,8 +6,6 @@
 // Each colour's [side] king danger, set by KingSafety for the evaluation
 // under way.
 extern int32_t KingDanger[2];
-inline constexpr int32_t &WhiteKingDanger = KingDanger[White];
-inline constexpr int32_t &BlackKingDanger = KingDanger[Black];
 
 // Piece-square tables per colour [side][square]; Black's value on s is
 // White's on Relative<Black>(s).

@@ -205,7 +205,7 @@ int NodeSearch(int depth, int ply, int alpha, int beta, int nullAllowed) {
 
   ++NodeCount;
   if (--NodeCountdown <= 0) {
-    NodeCountdown = 200000;
+    NodeCountdown = TimeCheckInterval;
     // The tree's rules do not look at the root's progress.
     if (TimeCheck(depth, ply, RootProgress{})) StopSearch = 1;
     VarnNextBest();

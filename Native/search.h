@@ -7,6 +7,7 @@ constexpr int DepthUnit = 60;
 
 extern uint32_t NodeCount;     // nodes of the current search
 extern int32_t NodeCountdown;  // nodes left until the next time check in the tree
+constexpr int32_t TimeCheckInterval = 200000;  // nodes between two time checks in the tree
 
 // Parameters the host sets by name: extensions in sixtieths of a ply, and the
 // futility margin (0: no futility pruning).

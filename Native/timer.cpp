@@ -52,10 +52,8 @@ int32_t BlitzShares() { return BlitzPlayingSpeed < 1 ? 1 : BlitzPlayingSpeed; }
 
 }  // namespace
 
-// Sets the origin of the elapsed time.
 void StartClock() { SearchStartTicks = ReadClockMs(); }
 
-// Milliseconds since the origin.
 int32_t ElapsedMs() { return Since(SearchStartTicks.load(), ReadClockMs()); }
 
 // The origin moves first, PonderedMs next, and clearing Pondering publishes both.

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <fstream>
+#include <sstream>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -41,26 +43,39 @@ std::vector<std::string> Texts(const std::vector<Move> &moves) {
 }
 
 struct PerftCase {
-  const char *name;
-  const char *fen;
+  std::string name;
+  std::string fen;
   std::vector<uint64_t> counts;  // depth 1, 2, ...
 };
 
-const PerftCase PerftCases[] = {
-    {"Start", "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -", {20, 400, 8902, 197281}},
-    {"Castles", "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -", {48, 2039, 97862, 4085603}},
-    {"RookEnding", "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -", {14, 191, 2812, 43238, 674624}},
-    {"Promotions", "r3k2r/Pppp1ppp/1b3nbN/nP6/BBP1P3/q4N2/Pp1P2PP/R2Q1RK1 w kq -", {6, 264, 9467, 422333}},
-    {"CheckedKing", "rnbq1k1r/pp1Pbppp/2p5/8/2B5/8/PPP1NnPP/RNBQK2R w KQ -", {44, 1486, 62379, 2103487}},
-    {"Middlegame", "r4rk1/1pp1qppp/p1np1n2/2b1p1B1/2B1P3/P1NP1N2/1PP1QPPP/R4RK1 w - -", {47, 1845, 81467}},
-};
+// The standard positions and their published counts, from the one list the
+// scripts use too: "name|FEN|count at depth 1, 2, ..." a line.
+std::vector<PerftCase> ReadPerftCases() {
+  std::vector<PerftCase> cases;
+  std::ifstream file(VARN_PERFT_POSITIONS);
+  for (std::string line; std::getline(file, line);) {
+    std::istringstream fields(line);
+    PerftCase c;
+    std::string counts;
+    if (!std::getline(fields, c.name, '|') || !std::getline(fields, c.fen, '|') || !std::getline(fields, counts)) continue;
+    std::istringstream numbers(counts);
+    for (uint64_t n; numbers >> n;) c.counts.push_back(n);
+    cases.push_back(c);
+  }
+  return cases;
+}
+
+const std::vector<PerftCase> PerftCases = ReadPerftCases();
+
+TEST(PerftList, HoldsTheSixStandardPositions) { EXPECT_EQ(PerftCases.size(), 6u); }
 
 // Each position and its colour-mirrored twin: the Black routines must agree
 // with the White ones. The sanitizer build stops one level earlier.
 class PerftCounts : public testing::TestWithParam<std::tuple<int, bool>> {};
 
 TEST_P(PerftCounts, PublishedCounts) {
-  const PerftCase &c = PerftCases[std::get<0>(GetParam())];
+  ASSERT_LT(size_t(std::get<0>(GetParam())), PerftCases.size());
+  const PerftCase &c = PerftCases[size_t(std::get<0>(GetParam()))];
   const std::string fen = std::get<1>(GetParam()) ? MirrorFen(c.fen) : c.fen;
 #if defined(__SANITIZE_ADDRESS__)
   const size_t maxDepth = c.counts.size() - 1;
@@ -75,7 +90,8 @@ TEST_P(PerftCounts, PublishedCounts) {
 
 INSTANTIATE_TEST_SUITE_P(Positions, PerftCounts, testing::Combine(testing::Range(0, 6), testing::Bool()),
                          [](const testing::TestParamInfo<std::tuple<int, bool>> &info) {
-                           return std::string(PerftCases[std::get<0>(info.param)].name) +
+                           const size_t index = size_t(std::get<0>(info.param));
+                           return (index < PerftCases.size() ? PerftCases[index].name : "Missing") +
                                   (std::get<1>(info.param) ? "Mirrored" : "");
                          });
 

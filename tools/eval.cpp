@@ -26,11 +26,7 @@ constexpr int Wide = ScoreInfinite;
 
 // Sets the position and prepares the tables as the root search does.
 void SetPosition(const char *fen) {
-  static TokenSlot slots[MaxTokens];
-  int count = SplitTokens(fen, slots);
-  SetUpSearchablePosition(slots, count);
-  ResetSearchState();
-  DerivePositionState();
+  SetUpPositionText(fen);
   DrawValue[SideToMove] = DrawScore;
   DrawValue[!SideToMove] = -DrawScore;
   PrepareSearchTables(SideToMove);

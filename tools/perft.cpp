@@ -36,11 +36,7 @@ int main(int argc, char **argv) {
     return 2;
   }
   InitEngineTables();
-  static TokenSlot slots[MaxTokens];
-  const char *fen = std::strcmp(argv[1], "startpos") == 0 ? StartFen : argv[1];
-  SetUpSearchablePosition(slots, SplitTokens(fen, slots));
-  ResetSearchState();
-  DerivePositionState();
+  SetUpPositionText(std::strcmp(argv[1], "startpos") == 0 ? StartFen : argv[1]);
   const int asked = std::atoi(argv[2]);
   const int depth = asked < 0 ? 0 : asked > MaxPerftDepth ? MaxPerftDepth : asked;
   if (depth != asked) std::fprintf(stderr, "depth %d used\n", depth);

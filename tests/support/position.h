@@ -25,11 +25,7 @@ inline void EnsureEngineTables() {
 // Sets the position as the host's FEN set-up does.
 inline void SetFen(const char *fen) {
   EnsureEngineTables();
-  static TokenSlot slots[MaxTokens];
-  int count = SplitTokens(fen, slots);
-  SetUpSearchablePosition(slots, count);
-  ResetSearchState();
-  DerivePositionState();
+  SetUpPositionText(fen);
 }
 
 // Swaps upper and lower case: White's pieces and rights become Black's.

@@ -1,6 +1,6 @@
-// The platform layer: the Windows DLL entry point and the large-page hint for
-// the hash tables. Everything else the engine needs from the system comes
-// through the standard library.
+// The platform layer: the clock, the Windows DLL entry point and the
+// large-page hint for the hash tables. Everything else the engine needs from
+// the system comes through the C library.
 #include "platform.h"
 
 #include <atomic>
@@ -33,10 +33,26 @@ void AdviseLargePages(void *, size_t) {}
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 
-// Loading the library builds nothing (VarnInit does); the engine has no use
-// for thread attach and detach notifications, so it declines them.
+#include <ctime>
+
+// The Windows C runtime's clock() counts wall-clock milliseconds since the
+// process started, so the DLL needs no other time source.
+static_assert(CLOCKS_PER_SEC == 1000, "clock() must tick in milliseconds");
+int64_t SystemClockMs() { return std::clock(); }
+
+// The DLL's entry point, called by the Windows loader without any start-up
+// code in between. Loading builds nothing (VarnInit does); the engine has no
+// use for thread attach and detach notifications, so it declines them.
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
   if (reason == DLL_PROCESS_ATTACH) DisableThreadLibraryCalls(module);
   return TRUE;
+}
+#else
+#include <chrono>
+
+// The steady clock, which never goes backwards.
+int64_t SystemClockMs() {
+  using namespace std::chrono;
+  return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 #endif

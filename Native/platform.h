@@ -2,6 +2,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+
+// Milliseconds of a clock that never goes backwards, from an arbitrary origin.
+int64_t SystemClockMs();
 
 // Asks for large memory pages for a big table, which spares the processor
 // most address-translation misses on its random accesses; a hint that

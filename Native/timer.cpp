@@ -2,7 +2,6 @@
 // root move or in the tree, whether the search must stop.
 #include "timer.h"
 
-#include <chrono>
 #include <cstdint>
 
 int32_t TimeMode;
@@ -16,12 +15,6 @@ std::atomic<int32_t> StopSearch;
 std::atomic<int32_t> Pondering;
 std::atomic<int32_t> PonderedMs;
 std::atomic<int64_t> SearchStartTicks;
-
-// Milliseconds of the steady clock, which never goes backwards.
-int64_t SystemClockMs() {
-  using namespace std::chrono;
-  return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
-}
 
 int64_t (*ReadClockMs)() = SystemClockMs;
 

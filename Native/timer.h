@@ -5,6 +5,8 @@
 #include <atomic>
 #include <cstdint>
 
+#include "platform.h"
+
 // Search limits set by the host (and by the root for a single legal move).
 enum : int { TimeModeInfinite = 0, TimeModeDepth = 3, TimeModeBlitz = 5, TimeModeMovesInTime = 6 };
 extern int32_t TimeMode;
@@ -21,9 +23,8 @@ extern std::atomic<int32_t> Pondering;
 extern std::atomic<int32_t> PonderedMs;
 extern std::atomic<int64_t> SearchStartTicks;
 
-// Milliseconds of a monotonic clock; tests may replace it.
+// Milliseconds of a monotonic clock: SystemClockMs unless a test replaces it.
 extern int64_t (*ReadClockMs)();
-int64_t SystemClockMs();
 
 // How far the root search has come, for the rule before a root move.
 struct RootProgress {

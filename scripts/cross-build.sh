@@ -1,8 +1,10 @@
 #!/usr/bin/env bash
 # Cross-compiles the engine for 32-bit Windows (Varn504.dll, varn.exe and the
 # developer tools as .exe files) into build-win32/, then checks the DLL: the
-# eighteen exports by name with ordinals 1 to 18, undecorated cdecl names, and
-# imports from Windows system DLLs only (the compiler runtime is linked in).
+# eighteen exports by name with ordinals 1 to 18, undecorated cdecl names, no
+# static constructors (nothing would run them), and imports only from the
+# list in scripts/windows-imports.txt, which it prints. The programs import
+# from Windows system DLLs only (their compiler runtime is linked in).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=${VARN_WIN32_BUILD:-build-win32}
@@ -64,15 +66,30 @@ if [ -n "$interface_obj" ]; then
   [ -z "$decorated" ] || fail "exports with stdcall decoration: $decorated"
 fi
 
-# Imports: Windows system DLLs only, and the entry point's own call.
-allowed='^(KERNEL32|msvcrt|ucrtbase|api-ms-win-[a-z0-9-]+|ADVAPI32|USER32|ntdll)\.dll$'
-for image in "$dll" "$build"/*.exe; do
+# No static constructors: the DLL links no start-up code that would run them.
+for object in "$build"/CMakeFiles/varn_objects.dir/Native/*.obj; do
+  sections=$(i686-w64-mingw32-objdump -h "$object" | awk '$2 ~ /^\.(ctors|init_array|tls)/ {print $2}')
+  [ -z "$sections" ] || fail "$(basename "$object") needs start-up code: $sections"
+done
+
+# The DLL's imports, "DLL function" a line, each on the allowed list.
+imports=$(awk '/^\tDLL Name:/ { dll = $3; next } /^$/ { dll = "" }
+  dll && /^\t[0-9a-f]+\t/ { print dll, $NF }' <<<"$private")
+echo "cross-build: $dll imports $(wc -l <<<"$imports") functions:"
+awk '{ print "  " $0 }' <<<"$imports"
+allowed=$(grep -v '^#' scripts/windows-imports.txt)
+outside=$(grep -Fvxf <(echo "$allowed") <<<"$imports" || true)
+[ -z "$outside" ] || fail "$dll imports what scripts/windows-imports.txt does not allow: $(tr '\n' ' ' <<<"$outside")"
+grep -qx 'KERNEL32.dll DisableThreadLibraryCalls' <<<"$imports" || fail "$dll does not call DisableThreadLibraryCalls"
+
+# The programs: Windows system DLLs only.
+system='^(KERNEL32|msvcrt|ucrtbase|api-ms-win-[a-z0-9-]+|ADVAPI32|USER32|ntdll)\.dll$'
+for image in "$build"/*.exe; do
   [ -f "$image" ] || continue
   while read -r name; do
-    echo "$name" | grep -Eiq "$allowed" || fail "$image imports $name (not a Windows system DLL)"
+    echo "$name" | grep -Eiq "$system" || fail "$image imports $name (not a Windows system DLL)"
   done < <(i686-w64-mingw32-objdump -p "$image" | awk '/DLL Name:/ {print $3}')
 done
-grep -q 'DisableThreadLibraryCalls' <<<"$private" || fail "$dll does not call DisableThreadLibraryCalls"
 
 if [ "$failed" -ne 0 ]; then exit 1; fi
-echo "cross-build: $dll exports the eighteen functions (ordinals 1-18) and imports only system DLLs"
+echo "cross-build: $dll exports the eighteen functions (ordinals 1-18) and imports only the allowed list"

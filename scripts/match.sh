@@ -19,7 +19,9 @@
 # fastchess comes from the PATH or from $FASTCHESS. It is MIT-licensed; build
 # it from its source (https://github.com/Disservin/fastchess, `make -j`).
 # Environment: MATCH_DIR (output folder, default build/match),
-# MATCH_CONCURRENCY (games at once, default: the number of cores), VARN (the
+# MATCH_CONCURRENCY (games at once, default: the number of cores),
+# MATCH_TIMEMARGIN (ms an engine may overstep its clock before it forfeits,
+# default 0; for a machine whose other work delays the engines), VARN (the
 # varn binary to play, which loads the library beside it; default: build/varn,
 # built first).
 set -euo pipefail
@@ -28,7 +30,7 @@ root=$PWD
 
 sprt=0
 if [ "${1:-}" = --sprt ]; then sprt=1; shift; fi
-[ $# -ge 1 ] || { sed -n '2,27p' "$0" | sed 's/^# \{0,1\}//'; exit 2; }
+[ $# -ge 1 ] || { awk 'NR > 1 && !/^#/ { exit } NR > 1 { sub(/^# ?/, ""); print }' "$0"; exit 2; }
 opponent=$1
 shift
 games=${1:-$([ "$sprt" = 1 ] && echo 2000 || echo 100)}
@@ -91,7 +93,7 @@ else
 fi
 
 echo "varn against $name: $games games at $tc, $concurrency at once; games in $pgn"
-(cd "$out" && "$fastchess" "${args[@]}" -each proto=uci "tc=$tc" \
+(cd "$out" && "$fastchess" "${args[@]}" -each proto=uci "tc=$tc" "timemargin=${MATCH_TIMEMARGIN:-0}" \
   -openings file="$root/scripts/openings.epd" format=epd order=sequential \
   -rounds "$rounds" -repeat -concurrency "$concurrency" -ratinginterval 0 \
   -pgnout file="$pgn" -log file="$out/fastchess.log" level=warn) | tee "$out/report.txt" |

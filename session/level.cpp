@@ -19,10 +19,10 @@ struct StyleMark {
   LevelStyle style;
 };
 constexpr StyleMark StyleMarks[] = {
-    {LevelEloMin, {5, 110, 500}},
-    {1500, {5, 70, 400}},
-    {1650, {5, 40, 300}},
-    {1800, {6, 15, 150}},
+    {LevelEloMin, {5, 45, 300}},
+    {1500, {5, 28, 250}},
+    {1650, {6, 20, 200}},
+    {1800, {6, 8, 120}},
     {LevelEloMax, {7, 1, 50}},
 };
 

@@ -93,7 +93,18 @@ size_t ChooseLevelMove(const std::vector<ScoredMove> &moves, const LevelStyle &s
   return best;
 }
 
+namespace {
+bool ReseedAsked = false;
+}  // namespace
+
+void RequestLevelReseed() { ReseedAsked = true; }
+
+void ReseedLevelIfAsked() {
+  if (ReseedAsked) ReseedLevel();
+}
+
 void ReseedLevel() {
+  ReseedAsked = false;
   const int64_t seed = OptionValue(SeedOption);
   RandomState = seed ? uint64_t(seed)
                      : uint64_t(std::chrono::steady_clock::now().time_since_epoch().count()) ^ (RandomState << 1);

@@ -46,6 +46,13 @@ int32_t ScoreLoss(int32_t best, int32_t score);
 size_t ChooseLevelMove(const std::vector<ScoredMove> &moves, const LevelStyle &style);
 
 // Starts the level's random choices anew: from the Level Seed option when it
-// is set, else from the clock. Called at the start, for a new game and when
-// the seed changes, so a set seed replays a game move for move.
+// is set, else from the clock. Called while no search runs: at the start, for
+// a new game, and at the next go after the seed changed, so a set seed
+// replays a game move for move.
 void ReseedLevel();
+
+// Asks for ReseedLevel at the next go (the seed may change during a search).
+void RequestLevelReseed();
+
+// Reseeds when asked to since the last go.
+void ReseedLevelIfAsked();

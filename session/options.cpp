@@ -58,7 +58,7 @@ constexpr OptionRow HostOptions[] = {
     {"Clear Hash", OptionType::Button, 0, 0, 0, RequestClearHash},
     {LimitStrengthOption, OptionType::Check, 0, 0, 1, nullptr},
     {EloOption, OptionType::Spin, LevelEloMax, LevelEloMin, LevelEloMax, nullptr},
-    {SeedOption, OptionType::Spin, 0, 0, 2147483647, ReseedLevel},
+    {SeedOption, OptionType::Spin, 0, 0, 2147483647, RequestLevelReseed},
 };
 
 // An option at its default.

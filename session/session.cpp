@@ -488,6 +488,7 @@ void Go(const GoRequest &goRequest, bool wait) {
     AnswerAtOnce(order.hostMove, order.noMoveScore);
     return;
   }
+  ReseedLevelIfAsked();
   order.elo = int(OptionValue(EloOption));
   order.level = OptionValue(LimitStrengthOption) && order.elo < LevelEloMax && !legal.empty();
   if (order.level) order.children = LevelChildren(legal);

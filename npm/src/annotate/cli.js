@@ -119,7 +119,10 @@ async function resumePoint(file) {
   const tail = Buffer.alloc(Math.min(size, Buffer.byteLength(last) + 4096));
   readSync(fd, tail, 0, tail.length, size - tail.length);
   closeSync(fd);
-  return { games: games - 1, cut: size - tail.length + tail.lastIndexOf(Buffer.from(last)), last: null };
+  let end = tail.lastIndexOf(Buffer.from(last));
+  while (end > 0 && /\s/.test(String.fromCharCode(tail[end - 1]))) end -= 1;
+  const cut = size - tail.length + end;
+  return { games: games - 1, cut, last: null };
 }
 
 // The values of a game's tags that identify it.
@@ -163,6 +166,11 @@ function openOutput(options, cut) {
   const fd = openSync(options.output, options.resume && existsSync(options.output) ? 'r+' : 'w');
   if (cut !== null) ftruncateSync(fd, cut);
   let at = fstatSync(fd).size;
+  // Games are parted by a blank line, also from those a cut left.
+  if (cut) {
+    writeSync(fd, '\n\n', at);
+    at += 2;
+  }
   return {
     write: (text) => {
       const bytes = Buffer.from(text);

@@ -122,11 +122,16 @@ export class VarnEngine {
   // lines (every full line reported), whiteToMove }. A running search is
   // stopped first. onInfo(info) sees every info line as it comes.
   async analyse(onInfo = null) {
-    if (this.search) await this.stop();
+    // The position and limits as they are now, whatever is set while the
+    // running search ends.
+    const position = positionCommand(this.fen, this.played);
+    const go = goCommand(this.limit);
+    const white = whiteToMove(this.fen, this.played);
+    while (this.search) await this.stop();
     return new Promise((resolve) => {
-      this.search = { lines: [], last: null, onInfo, resolve, whiteToMove: whiteToMove(this.fen, this.played) };
-      this.send(positionCommand(this.fen, this.played));
-      this.send(goCommand(this.limit));
+      this.search = { lines: [], last: null, onInfo, resolve, whiteToMove: white };
+      this.send(position);
+      this.send(go);
     });
   }
 
@@ -186,7 +191,7 @@ export class VarnEngine {
   // The engine's benchmark at a depth: { positions, depth, nodes, ms, nps };
   // its node count is the engine's signature.
   async bench(depth) {
-    if (this.search) await this.stop();
+    while (this.search) await this.stop();
     const done = new Promise((resolve) => {
       this.benchLines = [];
       this.finishBench = () => {
@@ -201,7 +206,7 @@ export class VarnEngine {
 
   // Stops any search and unloads the engine.
   async quit() {
-    if (this.search) await this.stop();
+    while (this.search) await this.stop();
     this.send('quit');
     await this.transport.close();
   }

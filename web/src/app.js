@@ -169,7 +169,7 @@ $('play').onclick = async () => {
   mode = 'play';
   analysis.clear();
   say('');
-  board.orient(human);
+  await board.orient(human);
   await play.start(engine, game, { human, base, increment, level: $('play-level').value });
   show();
   return undefined;

@@ -44,12 +44,15 @@ export class BoardView {
     if (move) this.board.addArrow(ARROW_TYPE.default, move.slice(0, 2), move.slice(2, 4));
   }
 
-  orient(side) {
-    this.board.setOrientation(side === 'b' ? COLOR.black : COLOR.white, true);
+  // Turns the board so that side ('w' or 'b') is at the bottom; the board
+  // takes one turn at a time, so each is awaited.
+  async orient(side, animated = false) {
+    const colour = side === 'b' ? COLOR.black : COLOR.white;
+    if (this.board.getOrientation() !== colour) await this.board.setOrientation(colour, animated);
   }
 
   flip() {
-    this.orient(this.board.getOrientation() === COLOR.white ? 'b' : 'w');
+    return this.orient(this.board.getOrientation() === COLOR.white ? 'b' : 'w', true);
   }
 
   input(event) {

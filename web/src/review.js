@@ -38,7 +38,8 @@ export class Review {
     const whiteFirst = game.chess(0).turn() === 'w';
     this.verdicts = judgeMoves(this.scores, whiteFirst);
     const summary = reviewSummary(this.scores, whiteFirst);
-    const side = (name, s) => `${name}: ${s.inaccuracies} inaccuracies, ${s.mistakes} mistakes, ${s.blunders} blunders, average loss ${s.acpl}`;
+    const count = (n, word) => `${n} ${word}${n === 1 ? '' : 's'}`;
+    const side = (name, s) => `${name}: ${count(s.inaccuracies, 'inaccuracy').replace(/ys$/, 'ies')}, ${count(s.mistakes, 'mistake')}, ${count(s.blunders, 'blunder')}, average loss ${s.acpl} centipawns`;
     this.el.summary.textContent = `${side('White', summary.white)}. ${side('Black', summary.black)}. Click the graph to see a position.`;
     return true;
   }

@@ -13,7 +13,9 @@ export async function openTransport(options, deliver) {
   const openVarnUci = require('./varn-uci.js');
   // Emscripten's own loader fetches by URL, which fails on a file path.
   const module = await createVarn({ wasmBinary: readFileSync(`${folder}varn.wasm`), locateFile: (name) => folder + name });
-  const uci = openVarnUci(module, deliver, options.pollMs);
+  // Short searches (a review at low depth) end within a few milliseconds:
+  // reading every millisecond keeps them from waiting on the poll.
+  const uci = openVarnUci(module, deliver, options.pollMs ?? 1);
   if (!uci.start()) {
     uci.close();
     throw new Error('the engine could not start');

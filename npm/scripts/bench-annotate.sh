@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Benchmark of varn-annotate on a collection: positions per second with one
-# and with two workers, as worker threads and as child processes, and the
-# largest memory a run took (GNU time, when installed). A benchmark, not a
-# test: run it on a quiet machine.
+# and with two workers, as worker threads and as child processes, with the
+# largest memory a run took and the processor time it used (GNU time, when
+# installed). A benchmark, not a test: run it on a quiet machine (uptime
+# before and after says how quiet it was).
 # Usage: npm/scripts/bench-annotate.sh COLLECTION.pgn [depth] [kinds]
 #   depth: per position (default 5); kinds: "thread process" (default both).
 set -euo pipefail
@@ -11,8 +12,8 @@ collection=${1:?usage: bench-annotate.sh COLLECTION.pgn [depth] [kinds]}
 depth=${2:-5}
 kinds=${3:-thread process}
 timer=()
-[ -x /usr/bin/time ] && timer=(/usr/bin/time -f 'max memory %M KB')
-echo "$(grep -c '^\[Event ' "$collection" || true) games in $collection, depth $depth"
+[ -x /usr/bin/time ] && timer=(/usr/bin/time -f 'max memory %M KB, processor time %U s + %S s')
+echo "$(grep -c '^\[Event ' "$collection" || true) games in $collection, depth $depth; $(uptime | sed 's/.*load/load/')"
 for kind in $kinds; do
   one=0
   for jobs in 1 2; do
@@ -25,3 +26,4 @@ for kind in $kinds; do
     rm -f "$log"
   done
 done
+echo "$(uptime | sed 's/.*load/load/')"

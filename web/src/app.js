@@ -161,7 +161,6 @@ $('play').onclick = async () => {
   await stopAnalysis();
   await stopReview();
   if (mode === 'play') await play.end('Game abandoned.');
-  game.go(game.cursor);
   if (game.chess().isGameOver()) return say('The game is already over in this position.');
   game.truncate();
   const [base, increment] = $('time-control').value.split('+').map(Number);

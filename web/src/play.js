@@ -1,6 +1,7 @@
 // Playing Varn: the clocks, Varn's level and its moves. The engine plans its
 // own time from the clocks it is given; the page only keeps them.
 const LevelStep = 150;
+const ResignCp = 900;
 
 function clockText(ms) {
   const seconds = Math.max(0, Math.ceil(ms / 1000));
@@ -51,6 +52,7 @@ export class Play {
       turnStart: performance.now(),
       timer: setInterval(() => this.tick(game), 100),
       over: false,
+      losing: 0, // Varn's moves in a row at a lost score
       level,
     };
     const side = settings.human === 'w' ? 'Black' : 'White';
@@ -88,6 +90,13 @@ export class Play {
       .limits({ ...clocks, winc: state.increment, binc: state.increment })
       .analyse();
     if (state !== this.game || state.over || !result.bestmove) return;
+    // Varn resigns after three moves in a row at nine pawns down or mated.
+    const score = result.info?.score ?? {};
+    state.losing = score.cp <= -ResignCp || score.mate < 0 ? state.losing + 1 : 0;
+    if (state.losing >= 3) {
+      this.end(`${side === 'w' ? 'Black' : 'White'} wins: Varn resigned.`);
+      return;
+    }
     this.onEngineMove(result.bestmove);
   }
 

@@ -22,10 +22,10 @@ export function limitText(limits) {
   return limits.movetime !== undefined ? `${limits.movetime} ms per position` : `depth ${limits.depth}`;
 }
 
-// Annotates a game's text. options: limits, keepComments, variationPlies.
-// Returns { text, positions } or, for a game that cannot be read, { text
-// (as it came), error (the reason) }.
-export async function annotateGame(engine, text, options) {
+// Annotates a game's text. options: limits, keepComments, variationPlies;
+// onPosition() after each position searched. Returns { text, positions } or,
+// for a game that cannot be read, { text (as it came), error (the reason) }.
+export async function annotateGame(engine, text, options, onPosition) {
   let game;
   try {
     game = readGame(text);
@@ -36,7 +36,7 @@ export async function annotateGame(engine, text, options) {
   // the same engine saw before, so shards and single runs agree.
   await engine.newGame();
   const coordinates = game.moves.map((move) => move.lan);
-  const positions = await reviewGame(engine, { fen: game.start, moves: coordinates }, options.limits);
+  const positions = await reviewGame(engine, { fen: game.start, moves: coordinates }, options.limits, { onPosition });
   const scores = positions.map((p) => p.score);
   const whiteFirst = game.start.split(' ')[1] === 'w';
   const losses = moveLosses(scores, whiteFirst);

@@ -133,14 +133,15 @@ function identity(text) {
 }
 
 // One worker with its own engine.
-async function startWorker(kind, options) {
+async function startWorker(kind, options, onPosition) {
   const child = kind === 'process'
     ? fork(WorkerFile, [], { stdio: ['ignore', 'ignore', 'inherit', 'ipc'] })
     : new Worker(WorkerFile);
   const send = (message) => (kind === 'process' ? child.send(message) : child.postMessage(message));
   let answer = null;
   child.on('message', (message) => {
-    if (message.failed) answer?.reject(new Error(`a worker failed: ${message.failed}`));
+    if (message.position) onPosition();
+    else if (message.failed) answer?.reject(new Error(`a worker failed: ${message.failed}`));
     else answer?.resolve(message);
   });
   child.on('exit', (code) => answer?.reject(new Error(`a worker ended (exit code ${code})`)));
@@ -254,7 +255,7 @@ export async function main(argv, { stderr = process.stderr, workerKind = process
       }
       output.write(`${result.text}\n`);
       written += 1;
-      progress.gameDone(result.positions || 0);
+      progress.gameDone();
     }
     for (const resume of waiting.splice(0)) resume();
   };
@@ -272,7 +273,7 @@ export async function main(argv, { stderr = process.stderr, workerKind = process
   };
 
   try {
-    for (let i = 0; i < options.jobs; i += 1) workers.push(await startWorker(workerKind, options));
+    for (let i = 0; i < options.jobs; i += 1) workers.push(await startWorker(workerKind, options, () => progress.positionDone()));
     await Promise.all(workers.map(feed));
   } catch (error) {
     if (stopping) return 130;

@@ -21,10 +21,18 @@ export class Progress {
     this.shown = 0;
   }
 
-  // A game written, with the positions searched for it.
-  gameDone(positions) {
+  positionDone() {
+    this.positions += 1;
+    if (this.tty) this.maybeShow();
+  }
+
+  // A game written.
+  gameDone() {
     this.games += 1;
-    this.positions += positions;
+    this.maybeShow();
+  }
+
+  maybeShow() {
     const now = performance.now();
     if (now - this.shown >= (this.tty ? 200 : this.lineEveryMs)) {
       this.shown = now;

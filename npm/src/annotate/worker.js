@@ -1,6 +1,7 @@
 // An annotation worker: its own engine, one game at a time. Runs as a worker
 // thread or as a child process; messages in: { options } first, then
-// { seq, text }; out: { ready } and { seq, text, positions, error }.
+// { seq, text }; out: { ready }, { position } after each position searched,
+// and { seq, text, positions, error } for each game.
 import { parentPort } from 'node:worker_threads';
 import { VarnEngine } from '../engine.js';
 import { annotateGame } from './annotate.js';
@@ -25,7 +26,7 @@ port.on((message) => {
       await engine?.quit();
       if (!parentPort) process.disconnect();
     } else {
-      const done = await annotateGame(engine, message.text, options);
+      const done = await annotateGame(engine, message.text, options, () => port.send({ position: true }));
       port.send({ seq: message.seq, ...done });
     }
   }).catch((error) => port.send({ failed: String(error?.stack || error) }));

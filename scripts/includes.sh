@@ -25,11 +25,11 @@ fi
 rm -f "$loops"
 
 # Outside Native/, a quoted include names another file of the same front end,
-# the session (from host/ or web/wasm/), the library's public header or the
+# the session (from host/ or npm/wasm/), the library's public header or the
 # benchmark set; session/rules.cpp alone reaches into the core.
 root=$(cd "$dir/.." && pwd)
 crossing=$(grep -n '^#include "' "$root"/session/*.h "$root"/session/*.cpp "$root"/host/*.h "$root"/host/*.cpp \
-             "$root"/web/wasm/*.cpp 2>/dev/null | grep -v '^[^:]*/session/rules\.cpp:' |
+             "$root"/npm/wasm/*.cpp 2>/dev/null | grep -v '^[^:]*/session/rules\.cpp:' |
            grep -Ev '#include "([a-z_]+\.h|\.\./Native/varn504\.h|\.\./tools/bench_positions\.h|(\.\./)+(session|host)/[a-z_]+\.h)"$' || true)
 own=$(for file in "$root"/session/*.h "$root"/session/*.cpp "$root"/host/*.h "$root"/host/*.cpp; do
         [ "$file" = "$root/session/rules.cpp" ] && continue

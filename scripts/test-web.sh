@@ -1,15 +1,17 @@
 #!/usr/bin/env bash
 # The web page's tests: the logic tests under Node, then the browser tests in
 # headless Chromium against the built page. Installs what it needs (Debian's
-# emscripten and chromium, the npm packages of web/package-lock.json). When
-# build/varn-bench exists, the WebAssembly engine's benchmark signature is
-# checked against the native one at depth VARN_BENCH_DEPTH (default 7).
+# emscripten, node-acorn and chromium, the npm packages of the package-lock
+# files of npm/ and web/). When build/varn-bench exists, the WebAssembly
+# engine's benchmark signature (its UCI "bench") is checked against the
+# native one at depth VARN_BENCH_DEPTH (default 7).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 sudo_if_needed() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }
 
 missing=()
 command -v em++ >/dev/null 2>&1 || missing+=(emscripten)
+[ -d /usr/share/nodejs/acorn ] || missing+=(node-acorn)
 [ -x "${CHROMIUM:-/usr/bin/chromium}" ] || missing+=(chromium)
 command -v npm >/dev/null 2>&1 || missing+=(nodejs npm)
 if [ ${#missing[@]} -gt 0 ]; then

@@ -9,7 +9,9 @@ const isolation = {
 
 export default defineConfig({
   base: './',
-  server: { headers: isolation },
+  // The package varn is linked from ../npm: one chess.js for both.
+  resolve: { dedupe: ['chess.js'] },
+  server: { headers: isolation, fs: { allow: ['..'] } },
   preview: { headers: isolation },
   build: { target: 'es2022' },
 });

@@ -38,12 +38,16 @@ export class Game {
 
   // Plays a move at the cursor; the moves after the cursor are dropped.
   play(lan) {
-    const keep = this.cursor;
-    if (!this.chess(keep).moves({ verbose: true }).some((m) => m.lan === lan)) return null;
-    this.moves.length = keep;
-    this.sans.length = keep;
-    this.fens.length = keep + 1;
+    if (!this.chess().moves({ verbose: true }).some((m) => m.lan === lan)) return null;
+    this.truncate();
     return this.push(lan);
+  }
+
+  // Drops the moves after the cursor.
+  truncate() {
+    this.moves.length = this.cursor;
+    this.sans.length = this.cursor;
+    this.fens.length = this.cursor + 1;
   }
 
   go(index) {

@@ -6,8 +6,8 @@ const Cap = 1000;
 const svgNs = 'http://www.w3.org/2000/svg';
 
 // Height of a White score on the graph, scores capped at +-10 pawns.
-export function graphY(score) {
-  const capped = Math.max(-Cap, Math.min(Cap, score));
+export function graphY(value) {
+  const capped = Math.max(-Cap, Math.min(Cap, value));
   return Height / 2 - (capped / Cap) * (Height / 2 - 6);
 }
 
@@ -21,11 +21,12 @@ function element(name, attributes) {
   return node;
 }
 
+// evals: per position { value (White's centipawns), text }.
 export function drawGraph(svg, evals, verdicts, cursor, onPick) {
   svg.replaceChildren();
   svg.style.display = evals.length ? '' : 'none';
   if (evals.length === 0) return;
-  const points = evals.map((score, i) => [graphX(i, evals.length), graphY(score)]);
+  const points = evals.map((score, i) => [graphX(i, evals.length), graphY(score.value)]);
   // White's share is the light area under the line.
   const area = `M${points[0][0]},${Height} ` + points.map(([x, y]) => `L${x},${y}`).join(' ') + ` L${points.at(-1)[0]},${Height} Z`;
   svg.append(element('rect', { x: 0, y: 0, width: Width, height: Height, class: 'graph-back' }));
@@ -41,7 +42,7 @@ export function drawGraph(svg, evals, verdicts, cursor, onPick) {
     const verdict = i > 0 ? verdicts[i - 1] : null;
     const point = element('circle', { cx: x, cy: y, r: verdict ? 4.5 : 2.5, class: `point${verdict ? ` ${verdict}` : ''}`, 'data-ply': i });
     const title = element('title', {});
-    title.textContent = `Position ${i}: ${(Math.max(-Cap, Math.min(Cap, evals[i])) / 100).toFixed(2)}${verdict ? ` (${verdict})` : ''}`;
+    title.textContent = `Position ${i}: ${evals[i].text}${verdict ? ` (${verdict})` : ''}`;
     point.append(title);
     svg.append(point);
   });

@@ -3,7 +3,7 @@
 import { after, before, describe, test } from 'node:test';
 import assert from 'node:assert/strict';
 import { spawn } from 'node:child_process';
-import { mkdirSync, readFileSync } from 'node:fs';
+import { mkdirSync } from 'node:fs';
 import { fileURLToPath } from 'node:url';
 import { chromium } from 'playwright-core';
 import { Chess } from 'chess.js';
@@ -36,7 +36,7 @@ after(async () => {
 });
 
 const fen = () => page.inputValue('#fen');
-const moveCount = () => page.locator('#moves .move').count();
+const moveCount = () => page.locator('#moves li .move').count();
 
 async function clickSquare(square) {
   // The board redraws its squares when a game starts or it turns; wait for them.
@@ -65,9 +65,12 @@ async function loadFen(text) {
 }
 
 describe('analysis board', () => {
-  test('engine loads in the page', async () => {
+  test('engine loads in the page with its levels', async () => {
     assert.match(await page.textContent('#engine-status'), /^Varn 504 · WebAssembly · 32 MB table$/);
     assert.equal(await page.evaluate(() => crossOriginIsolated), true);
+    const levels = await page.$$eval('#play-level option', (options) => options.map((o) => o.value));
+    assert.ok(levels.length >= 2 && levels.at(-1) === 'full', levels.join(' '));
+    assert.ok(levels.slice(0, -1).every((elo, i, all) => i === 0 || Number(elo) > Number(all[i - 1])), levels.join(' '));
   });
 
   test('moves made by clicking squares; illegal clicks change nothing', async () => {
@@ -91,7 +94,7 @@ describe('analysis board', () => {
     await page.waitForFunction(() => Number(document.getElementById('pv').dataset.depth) >= 8, null, { timeout: 60000 });
     await page.click('#analyse');
     await page.waitForFunction(() => document.getElementById('analyse').textContent === 'Start analysis');
-    // From the stop request to the worker's word that VarnAnalyse returned.
+    // From the stop request to the engine's bestmove.
     const stopMs = Number(await page.getAttribute('#analyse', 'data-stop-ms'));
     console.log(`analysis stopped ${stopMs.toFixed(1)} ms after the request`);
     assert.ok(stopMs < 150, `stop took ${stopMs} ms`);
@@ -125,30 +128,76 @@ describe('analysis board', () => {
     assert.equal(await page.inputValue('#move-input'), '');
   });
 
-  test('a game against Varn at 15 seconds, to its end or twenty moves', async () => {
-    await page.click('#new-game');
-    await page.selectOption('#time-control', '15+0');
+  test('mates read from White\'s side: in 1 and 2, for and against the side to move', async () => {
+    // The engine's "mate N" is from the side to move; the page shows White's view.
+    const cases = [
+      ['6k1/5ppp/8/8/8/8/8/R5K1 w - - 0 1', '#1'], // White to move mates in 1
+      ['r5k1/8/8/8/8/8/5PPP/6K1 b - - 0 1', '#-1'], // Black to move mates in 1
+      ['7r/8/8/8/8/8/2k5/K7 w - - 0 1', '#-1'], // White to move is mated in 1
+      ['k7/2K5/8/8/8/8/8/7R b - - 0 1', '#1'], // Black to move is mated in 1
+      ['k7/8/2K5/8/8/8/8/7R w - - 0 1', '#2'],
+      ['K7/8/2k5/8/8/8/8/7r b - - 0 1', '#-2'],
+      ['K7/8/2k5/8/8/8/8/7r w - - 0 1', '#-2'],
+      ['k7/8/2K5/8/8/8/8/7R b - - 0 1', '#2'],
+    ];
+    await page.click('#analyse');
+    for (const [position, text] of cases) {
+      await loadFen(position);
+      // A mate is found within a few plies; deeper lines keep its distance.
+      await page.waitForFunction(() => document.getElementById('score').textContent.startsWith('#'), null, { timeout: 30000 });
+      await page.waitForTimeout(300);
+      assert.equal(await page.textContent('#score'), text, position);
+      assert.equal(await page.textContent('#eval-text'), text, position);
+    }
+    await page.click('#analyse');
+    await page.waitForFunction(() => document.getElementById('analyse').textContent === 'Start analysis');
+  });
+
+  test('every time control starts a game in which Varn moves', async () => {
+    await loadFen('rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1');
+    const controls = await page.$$eval('#time-control option', (options) => options.map((o) => o.value));
+    const weakest = await page.$eval('#play-level option', (option) => option.value);
+    await page.selectOption('#play-level', weakest);
+    await page.selectOption('#play-colour', 'b');
+    for (const control of controls) {
+      await page.selectOption('#time-control', control);
+      await page.click('#play');
+      await page.waitForFunction(() => document.querySelectorAll('#moves li').length === 1, null, { timeout: 20000 });
+      assert.match(await page.textContent('#playing'), new RegExp(`Varn plays White at level ${weakest}`), control);
+      await page.click('#resign');
+      assert.match(await page.textContent('#result'), /White wins: you resigned/, control);
+      await page.click('#back');
+    }
+  });
+
+  test('a whole game against the weakest level ends normally', async () => {
+    // Varn has a queen and a rook against a lone king: the game is short.
+    await loadFen('rq2k3/8/8/8/8/8/8/4K3 w - - 0 1');
+    const weakest = await page.$eval('#play-level option', (option) => option.value);
+    await page.selectOption('#play-level', weakest);
+    await page.selectOption('#time-control', '60+1');
     await page.selectOption('#play-colour', 'w');
     await page.click('#play');
+    await page.waitForFunction(() => document.getElementById('playing').textContent);
+    assert.match(await page.textContent('#playing'), new RegExp(`Varn plays Black at level ${weakest}`));
     let seed = 7;
     const random = (n) => { seed = (seed * 1103515245 + 12345) % 2147483648; return seed % n; };
-    for (let moves = 0; moves < 20; moves += 1) {
+    for (let moves = 0; moves < 60; moves += 1) {
       await page.waitForFunction(() => document.getElementById('result').textContent
         || document.getElementById('fen').value.split(' ')[1] === 'w', null, { timeout: 30000 });
       if (await page.textContent('#result')) break;
-      const legal = new Chess(await fen()).moves({ verbose: true }).filter((m) => !m.promotion);
-      if (legal.length === 0) break;
+      const legal = new Chess(await fen()).moves({ verbose: true });
       const move = legal[random(legal.length)];
       await clickMove(move.from, move.to);
     }
-    if (!(await page.textContent('#result'))) await page.click('#resign');
-    assert.match(await page.textContent('#result'), /wins|Draw/);
+    const result = await page.textContent('#result');
+    assert.match(result, /^(Black wins by checkmate|Draw by)/);
     const plies = await moveCount();
-    assert.ok(plies >= 2, `only ${plies} half-moves were played`);
     await page.click('#export-pgn');
     const game = new Chess();
     game.loadPgn(await page.inputValue('#pgn'));
     assert.equal(game.history().length, plies, 'the exported PGN holds the game');
+    console.log(`the game against level ${weakest}: ${plies} half-moves, ${result}`);
     await page.screenshot({ path: `${shots}game.png` });
   });
 
@@ -162,6 +211,7 @@ describe('analysis board', () => {
     await page.waitForFunction(() => document.getElementById('review-summary').textContent, null, { timeout: 90000 });
     assert.equal(await page.locator('#graph circle.point').count(), 15);
     assert.ok(await page.locator('#graph circle.blunder').count() >= 1, 'the game has blunders');
+    assert.ok(await page.locator('#moves .move.blunder').count() >= 1, 'the move list marks them');
     await page.locator('#graph circle[data-ply="6"]').click();
     assert.equal(await page.getAttribute('#moves .move.current', 'data-ply'), '6');
     assert.equal((await fen()).split(' ')[0], 'r1bqkbnr/pppp1ppp/8/4p3/2BnP3/5N2/PPPP1PPP/RNBQK2R');
@@ -178,11 +228,9 @@ describe('analysis board', () => {
 // The benchmark through the page's engine must give the native signature.
 describe('benchmark signature', () => {
   test('equals the native build at the same depth', { skip: !process.env.VARN_BENCH_SIGNATURE && 'no native signature given' }, async () => {
-    const header = readFileSync(new URL('../../tools/bench_positions.h', import.meta.url), 'utf8');
-    const fens = [...header.matchAll(/\{"([^"]+)"\}/g)].map((match) => match[1]);
     const depth = Number(process.env.VARN_BENCH_DEPTH || 7);
-    const result = await page.evaluate(([list, plies]) => window.varnBench(list, plies), [fens, depth]);
-    console.log(`WebAssembly bench depth ${depth}: signature ${result.signature}, ${result.ms.toFixed(0)} ms over ${fens.length} positions`);
-    assert.equal(String(result.signature), process.env.VARN_BENCH_SIGNATURE);
+    const result = await page.evaluate((plies) => window.varnBench(plies), depth);
+    console.log(`WebAssembly bench depth ${depth}: signature ${result.nodes}, ${result.ms} ms over ${result.positions} positions`);
+    assert.equal(String(result.nodes), process.env.VARN_BENCH_SIGNATURE);
   });
 });

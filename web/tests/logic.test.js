@@ -1,47 +1,10 @@
-// The page's logic without a browser: reading reports, checking user input,
-// and the game with its outcomes.
+// The page's logic without a browser: checking user input, and the game with
+// its outcomes. Scores, lines and the review's rule are the package's (npm/test).
 import { describe, test } from 'node:test';
 import assert from 'node:assert/strict';
 import { Chess } from 'chess.js';
-import { judgeMoves, lineSan, mateIn, parseReport, scoreText } from '../src/report.js';
 import { readFen, readMove, readPgn } from '../src/position.js';
 import { Game } from '../src/game.js';
-
-describe('engine reports', () => {
-  test('line kinds, moves and speed', () => {
-    const cases = [
-      ['e2e4 e7e5 ', 'exact', ['e2e4', 'e7e5']],
-      ['e2e4!', 'lower', ['e2e4']],
-      ['d2d4?', 'upper', ['d2d4']],
-      ['', 'exact', []],
-    ];
-    for (const [text, kind, moves] of cases) {
-      const line = parseReport({ text, score: 12, depth: 9, nodes: 5000, ms: 250 });
-      assert.deepEqual([line.kind, line.moves, line.nps], [kind, moves, 20000], text);
-    }
-  });
-
-  test('mate scores read as moves to mate, from either side', () => {
-    const cases = [[29999, 1], [29997, 2], [29996, 2], [-29998, -1], [-29995, -3], [29000, null], [-150, null]];
-    for (const [score, moves] of cases) assert.equal(mateIn(score), moves, String(score));
-    assert.equal(scoreText(35, true), '+0.35');
-    assert.equal(scoreText(35, false), '-0.35');
-    assert.equal(scoreText(29997, false), '#-2');
-  });
-
-  test('lines in algebraic notation stop at the first impossible move', () => {
-    assert.equal(lineSan(new Chess().fen(), ['e2e4', 'e7e5', 'g1f3']), '1. e4 e5 2. Nf3');
-    assert.equal(lineSan('4k3/1P6/8/8/8/8/8/4K3 b - - 0 7', ['e8d7', 'b7b8N', 'd7c7', 'e2e4']), '7... Kd7 8. b8=N+ Kc7');
-    assert.equal(lineSan(new Chess().fen(), ['e2e5', 'e7e5']), '');
-  });
-
-  test('mistakes and blunders are charged to the side that moved', () => {
-    assert.deepEqual(judgeMoves([20, 30, 30, -100, -100, -450]), [null, null, 'mistake', null, 'blunder']);
-    assert.deepEqual(judgeMoves([0, 400, 400], false), ['blunder', null]);
-    // Beyond ten pawns a further loss does not count.
-    assert.deepEqual(judgeMoves([30000, 1200]), [null]);
-  });
-});
 
 describe('user input', () => {
   test('bad FENs are refused with a reason', () => {

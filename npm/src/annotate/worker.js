@@ -1,0 +1,33 @@
+// An annotation worker: its own engine, one game at a time. Runs as a worker
+// thread or as a child process; messages in: { options } first, then
+// { seq, text }; out: { ready }, { position } after each position searched,
+// and { seq, text, positions, error } for each game.
+import { parentPort } from 'node:worker_threads';
+import { VarnEngine } from '../engine.js';
+import { annotateGame } from './annotate.js';
+
+const port = parentPort
+  ? { on: (handle) => parentPort.on('message', handle), send: (message) => parentPort.postMessage(message) }
+  : { on: (handle) => process.on('message', handle), send: (message) => process.send(message) };
+// An interrupt is the parent's to handle: it ends the workers itself.
+if (!parentPort) process.on('SIGINT', () => {});
+
+let engine = null;
+let options = null;
+let queue = Promise.resolve();
+
+port.on((message) => {
+  queue = queue.then(async () => {
+    if (message.options) {
+      options = message.options;
+      engine = await VarnEngine.start({ hash: options.hash });
+      port.send({ ready: true });
+    } else if (message.quit) {
+      await engine?.quit();
+      if (!parentPort) process.disconnect();
+    } else {
+      const done = await annotateGame(engine, message.text, options, () => port.send({ position: true }));
+      port.send({ seq: message.seq, ...done });
+    }
+  }).catch((error) => port.send({ failed: String(error?.stack || error) }));
+});

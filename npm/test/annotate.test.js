@@ -1,0 +1,138 @@
+// varn-annotate as a user runs it: a small collection with known blunders,
+// comments, a set-up position and a broken game; an interrupted run resumed;
+// two shards run by GNU parallel against one single run.
+import { describe, test, before } from 'node:test';
+import assert from 'node:assert/strict';
+import { spawn, spawnSync } from 'node:child_process';
+import { mkdtempSync, readFileSync, writeFileSync, existsSync, statSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { fileURLToPath } from 'node:url';
+import { Chess } from 'chess.js';
+import { splitGames } from '../src/pgn.js';
+
+const bin = fileURLToPath(new URL('../bin/varn-annotate.js', import.meta.url));
+const collection = fileURLToPath(new URL('./fixtures/collection.pgn', import.meta.url));
+const folder = mkdtempSync(join(tmpdir(), 'varn-annotate-'));
+const depth = ['--depth', '6'];
+
+function annotate(args, input) {
+  const run = spawnSync(process.execPath, [bin, ...args], { input, encoding: 'utf8' });
+  return { status: run.status, out: run.stdout, err: run.stderr };
+}
+
+async function gamesOf(text) {
+  const games = [];
+  for await (const game of splitGames(text.split('\n'))) games.push(game);
+  return games;
+}
+
+// A game's text on one line, for matching across its line breaks.
+const flat = (game) => game.replace(/\s+/g, ' ');
+
+// Six games of the collection and its quiet game again, for runs long enough to interrupt.
+function longerCollection() {
+  const file = join(folder, 'longer.pgn');
+  const text = readFileSync(collection, 'utf8');
+  writeFileSync(file, `${text}\n${text}`);
+  return file;
+}
+
+let single;
+before(async () => {
+  single = annotate([...depth, '--jobs', '2', collection]);
+});
+
+describe('an annotated collection', () => {
+  test('every game comes out in input order, each readable PGN', async () => {
+    assert.equal(single.status, 0, single.err);
+    const games = await gamesOf(single.out);
+    assert.deepEqual(games.map((g) => /\[Event "([^"]*)"\]/.exec(g)[1]), ["Scholar's trap", "Fool's mate", 'Broken', 'Set up', 'Quiet']);
+    for (const game of games.filter((g) => !g.includes('"Broken"'))) new Chess().loadPgn(game);
+  });
+
+  test('blunders get ?? ($4), the better line and evaluations from White\'s view', async () => {
+    const [trap, fool] = (await gamesOf(single.out)).map(flat);
+    // 3... Nf6 allows mate in one: White mates, whoever moved.
+    assert.match(trap, /3\.\.\. Nf6 \$4 \{ \[%eval #1\] Bob missed it\. \} \(3\.\.\. (g6|Qe7|Qf6|Nh6|Ke7)/);
+    assert.match(trap, /\[BlackBlunders "1"\]/);
+    assert.match(fool, /2\. g4 \$4 \{ \[%eval #-1\] \} \(2\. /);
+    assert.match(fool, /\[WhiteBlunders "1"\]/);
+    // A mate on the board has no evaluation: the move shows it.
+    assert.match(fool, /2\.\.\. Qh4# 0-1/);
+  });
+
+  test('headers, comments and the set-up position are kept', async () => {
+    const [trap, , , setUp] = (await gamesOf(single.out)).map(flat);
+    assert.match(trap, /^\[Event "Scholar's trap"\] \[Site "Club"\] \[White "Ann"\] \[Black "Bob"\] \[Result "1-0"\] \[Annotator "Varn/);
+    assert.match(trap, /\{ An old trap\. \} 1\. e4/);
+    assert.match(setUp, /\[SetUp "1"\] \[FEN "7r\/8\/8\/8\/8\/8\/2k5\/K7 w - - 0 1"\]/);
+    assert.match(setUp, /1\. Ka2 \{ \[%eval #-1\] \} 1\.\.\. Ra8# 0-1/);
+    const quiet = annotate([...depth, '--no-comments', collection]);
+    assert.doesNotMatch(quiet.out, /An old trap|Bob missed it/);
+  });
+
+  test('a broken game is named and passed through as it came', async () => {
+    const broken = (await gamesOf(single.out))[2];
+    assert.equal(broken, '[Event "Broken"]\n[White "Eve"]\n[Black "Fay"]\n[Result "*"]\n\n1. e4 e5 2. Ke3 Nc6 *');
+    assert.match(single.err, /game 3 \(.*collection\.pgn\) is not annotated: .*Ke3/);
+    const cut = annotate([...depth], '[Event "Cut"]\n\n1. e4 e5 2. Nf');
+    assert.equal(cut.status, 0);
+    assert.match(cut.err, /game 1 \(standard input\) is not annotated/);
+    assert.equal(cut.out.trim(), '[Event "Cut"]\n\n1. e4 e5 2. Nf');
+  });
+
+  test('bad options are refused with the usage', () => {
+    for (const args of [['--shard', '3/2'], ['--jobs', '0'], ['--resume'], ['--depth', '4', '--movetime', '100']]) {
+      const run = annotate([...args, collection]);
+      assert.equal(run.status, 2, args.join(' '));
+      assert.match(run.err, /Usage:/);
+    }
+  });
+});
+
+describe('runs that stop and go on', () => {
+  test('an interrupt leaves whole games, and --resume finishes the same output', async () => {
+    const input = longerCollection();
+    const whole = annotate([...depth, '--jobs', '1', input]);
+    const output = join(folder, 'interrupted.pgn');
+    const child = spawn(process.execPath, [bin, ...depth, '--jobs', '1', '-o', output, input], { stdio: 'ignore' });
+    while (!existsSync(output) || statSync(output).size < 1500) await new Promise((resolve) => setTimeout(resolve, 20));
+    child.kill('SIGINT');
+    const code = await new Promise((resolve) => child.on('exit', resolve));
+    assert.equal(code, 130);
+    const kept = await gamesOf(readFileSync(output, 'utf8'));
+    assert.ok(kept.length >= 1 && kept.length < 10, `${kept.length} games kept`);
+    for (const game of kept.filter((g) => !g.includes('"Broken"'))) new Chess().loadPgn(game);
+    // A half-written last game (a crash, a full disk) is cut off and redone.
+    writeFileSync(output, `${readFileSync(output, 'utf8')}\n[Event "Half"]\n\n1. e4 {`);
+    const resumed = annotate([...depth, '--jobs', '2', '--resume', '-o', output, input]);
+    assert.equal(resumed.status, 0, resumed.err);
+    assert.match(resumed.err, /resuming after the \d+ games/);
+    assert.equal(readFileSync(output, 'utf8'), whole.out);
+  });
+
+  test('--resume refuses an output of another input', () => {
+    const output = join(folder, 'other.pgn');
+    writeFileSync(output, '[Event "Elsewhere"]\n[White "X"]\n[Black "Y"]\n\n1. e4 *\n\n');
+    const run = annotate([...depth, '--resume', '-o', output, collection]);
+    assert.equal(run.status, 2);
+    assert.match(run.err, /does not hold the first games/);
+  });
+});
+
+describe('shards', () => {
+  test('two shards run by GNU parallel hold exactly the games of a single run', { skip: spawnSync('parallel', ['--version']).status !== 0 && 'GNU parallel is not installed' }, async () => {
+    const input = longerCollection();
+    const whole = annotate([...depth, input]);
+    const run = spawnSync('parallel', ['--will-cite', process.execPath, bin, ...depth, '--jobs', '1', '--shard', '{}/2', '-o', join(folder, 'shard{}.pgn'), input, ':::', '1', '2'], { encoding: 'utf8' });
+    assert.equal(run.status, 0, run.stderr);
+    const shards = [1, 2].map((k) => readFileSync(join(folder, `shard${k}.pgn`), 'utf8'));
+    const [first, second] = await Promise.all(shards.map(gamesOf));
+    const all = await gamesOf(whole.out);
+    assert.deepEqual([first.length, second.length], [5, 5]);
+    // Shard 1 holds games 1, 3, 5, ...; shard 2 games 2, 4, 6, ...
+    assert.deepEqual(first, all.filter((_, i) => i % 2 === 0));
+    assert.deepEqual(second, all.filter((_, i) => i % 2 === 1));
+  });
+});

@@ -1,0 +1,142 @@
+// The Varn engine as WebAssembly, for browsers and Node.
+
+/** A score as the engine reports it, from the side to move. */
+export interface Score {
+  cp?: number;
+  mate?: number;
+  /** A bound from a re-searched window rather than an exact score. */
+  bound?: 'lower' | 'upper';
+}
+
+/** A score from White's view: centipawns, moves to mate, or a mate on the board. */
+export type WhiteScore = { cp: number } | { mate: number } | { winner: 'white' | 'black' };
+
+/** One "info" line of the engine. */
+export interface Info {
+  depth?: number;
+  seldepth?: number;
+  nodes?: number;
+  time?: number;
+  nps?: number;
+  score?: Score;
+  pv?: string[];
+  currmove?: string;
+  currmovenumber?: number;
+  string?: string;
+}
+
+/** Search limits: a depth, a time, nodes, a mate, or a clock (milliseconds). */
+export interface Limits {
+  depth?: number;
+  movetime?: number;
+  nodes?: number;
+  mate?: number;
+  wtime?: number;
+  btime?: number;
+  winc?: number;
+  binc?: number;
+  movestogo?: number;
+  infinite?: boolean;
+  ponder?: boolean;
+}
+
+/** What a search ends with. */
+export interface SearchResult {
+  /** The move to play (coordinates, e.g. "e2e4"), null when there is no legal move. */
+  bestmove: string | null;
+  ponder: string | null;
+  /** The last line with a score: the line played, its depth and score. */
+  info: Info | null;
+  /** Every exact line the search reported, shallowest first. */
+  lines: Info[];
+  /** Whether White was to move in the searched position. */
+  whiteToMove: boolean;
+}
+
+export interface UciOption {
+  name: string;
+  type: 'spin' | 'check' | 'button' | 'string' | string;
+  default?: number | boolean | string;
+  min?: number;
+  max?: number;
+}
+
+export interface StartOptions {
+  /** Browsers: the folder holding the engine files (default "./engine/"). */
+  url?: string | URL;
+  /** The hash table in MB. */
+  hash?: number;
+  /** The engine's notes ("info string"). */
+  onMessage?: (text: string) => void;
+  /** Node: how often the engine's output is read during a search (ms, default 5). */
+  pollMs?: number;
+}
+
+export declare class VarnEngine {
+  /** Loads the engine: in a browser in a worker (the page must be cross-origin isolated). */
+  static start(options?: StartOptions): Promise<VarnEngine>;
+  readonly name: string;
+  readonly author: string;
+  readonly options: Map<string, UciOption>;
+  readonly searching: boolean;
+  /** The levels' Elo range from the engine's UCI_Elo option; max is full strength. */
+  readonly levels: { min: number; max: number } | null;
+  /** The position to search: a FEN or "startpos", and coordinate moves on it. */
+  position(fen?: string, moves?: string[]): this;
+  /** The moves played on the position, replacing earlier ones. */
+  moves(list: string[]): this;
+  /** The limits of the next searches; {} searches until stop(). */
+  limits(limits?: Limits): this;
+  /** Searches; resolves at the engine's bestmove. A running search is stopped first. */
+  analyse(onInfo?: (info: Info) => void): Promise<SearchResult>;
+  /** Ends the running search; resolves once the engine has answered. */
+  stop(): Promise<void>;
+  /** Resolves with the engine's notes once it has taken every command sent. */
+  ready(): Promise<string[]>;
+  /** setoption by name; resolves with the engine's notes (a value clamped or refused). */
+  setOption(name: string, value?: string | number | boolean): Promise<string[]>;
+  /** Plays at a level (an Elo within `levels`), or null for full strength; seed repeats a level's choices. */
+  setLevel(elo: number | null, seed?: number): Promise<string[]>;
+  /** A new game: an empty table, the level's choices restarted. */
+  newGame(): Promise<string[]>;
+  /** The engine's benchmark; its node count is the engine's signature. */
+  bench(depth: number): Promise<{ positions: number; nodes: number; ms: number; nps: number }>;
+  /** Stops any search and unloads the engine. */
+  quit(): Promise<void>;
+}
+
+export declare function parseInfo(line: string): Info;
+export declare function parseOption(line: string): UciOption | null;
+
+/** A reported score from White's view. */
+export declare function whiteScore(score: Score, whiteToMove: boolean): WhiteScore;
+/** "+0.35", "-1.20", "#3", "#-2", or "1-0" / "0-1" for a mate on the board. */
+export declare function scoreText(score: WhiteScore): string;
+/** The value of a PGN [%eval] comment ("0.35", "#-2"); null for a mate on the board. */
+export declare function evalText(score: WhiteScore): string | null;
+/** White's share of an evaluation bar, 0 to 1. */
+export declare function barShare(score: WhiteScore): number;
+
+export interface Verdict {
+  name: 'blunder' | 'mistake' | 'inaccuracy';
+  /** The least loss in centipawns that earns it. */
+  loss: number;
+  /** Its PGN numeric annotation glyph. */
+  nag: number;
+  symbol: string;
+}
+export declare const Verdicts: Verdict[];
+export declare const DecidedCp: number;
+export declare function verdictFor(loss: number): Verdict | null;
+export declare function decidedValue(score: WhiteScore): number;
+export declare function moveLosses(scores: WhiteScore[], whiteFirst?: boolean): number[];
+export declare function judgeMoves(scores: WhiteScore[], whiteFirst?: boolean): (Verdict['name'] | null)[];
+export interface SideSummary { inaccuracies: number; mistakes: number; blunders: number; acpl: number }
+export declare function reviewSummary(scores: WhiteScore[], whiteFirst?: boolean): { white: SideSummary; black: SideSummary };
+/** Searches every position of a game; per position its White's-view score and line. */
+export declare function reviewGame(
+  engine: VarnEngine,
+  game: { fen?: string; moves: string[] },
+  limits: Limits,
+  options?: { onPosition?: (index: number, count: number) => void; signal?: AbortSignal },
+): Promise<{ score: WhiteScore; pv: string[] }[]>;

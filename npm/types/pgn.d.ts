@@ -1,0 +1,21 @@
+// PGN helpers of the package (varn/pgn), over chess.js.
+import type { Move } from 'chess.js';
+
+export interface ReadGame {
+  tags: [string, string][];
+  start: string;
+  moves: Move[];
+  comments: Map<string, string>;
+  result: string;
+}
+export interface MoveNote {
+  nag?: number;
+  eval?: string | null;
+  variation?: string;
+}
+export declare function readLines(chunks: AsyncIterable<string | Uint8Array> | Iterable<string | Uint8Array>): AsyncGenerator<string>;
+export declare function splitGames(lines: AsyncIterable<string> | Iterable<string>): AsyncGenerator<string>;
+export declare function readGame(text: string): ReadGame;
+export declare function lineSan(fen: string, moves: string[]): string;
+export declare function tagValue(text: string): string;
+export declare function writeGame(game: ReadGame, notes: MoveNote[], extraTags?: [string, string | number][], keepComments?: boolean): string;

@@ -43,6 +43,8 @@ inline int32_t Analyse(int32_t) {
   ++FakeSearches;
   Stopped = false;
   for (const FakeStep &step : FakeScript) {
+    // As the library does, a stopped search reports nothing more.
+    if (Stopped) return FakeResult;
     switch (step.kind) {
       case FakeStep::Nodes: FakeCallbacks.ReportNodes(step.number, 0, 0); break;
       case FakeStep::Depth: FakeCallbacks.ReportDepth(int32_t(step.number), 0); break;

@@ -77,27 +77,21 @@ bool Bind(ModuleHandle module, const char *name, Fn &slot, std::string &error) {
 }  // namespace
 
 bool LoadVarnLibrary(std::string &error, const char *path) {
+  ModuleHandle module = nullptr;
   if (path) {
-    ModuleHandle module = OpenLibrary(path);
-    if (!module) {
-      error = std::string("cannot load ") + path + ": " + LastLoaderError();
-      return false;
-    }
-#define VARN_BIND(name, result, parameters) &&Bind(module, "Varn" #name, Varn.name, error)
-    return true VARN_EXPORTS(VARN_BIND);
-#undef VARN_BIND
-  }
-  const std::string besideExecutable = ExecutableDirectory() + LibraryFile;
-  ModuleHandle module = OpenLibrary(besideExecutable);
+    module = OpenLibrary(path);
+  } else {
+    module = OpenLibrary(ExecutableDirectory() + LibraryFile);
 #ifdef VARN_LIBRARY_SONAME
-  // Installed: the library directory relative to the executable's, then the
-  // loader's search path, both by the library's SONAME.
-  if (!module) module = OpenLibrary(ExecutableDirectory() + VARN_LIBRARY_FROM_BINDIR VARN_LIBRARY_SONAME);
-  if (!module) module = OpenLibrary(VARN_LIBRARY_SONAME);
+    // Installed: the library directory relative to the executable's, then the
+    // loader's search path, both by the library's SONAME.
+    if (!module) module = OpenLibrary(ExecutableDirectory() + VARN_LIBRARY_FROM_BINDIR VARN_LIBRARY_SONAME);
+    if (!module) module = OpenLibrary(VARN_LIBRARY_SONAME);
 #endif
-  if (!module) module = OpenLibrary(LibraryFile);
+    if (!module) module = OpenLibrary(LibraryFile);
+  }
   if (!module) {
-    error = std::string("cannot load ") + LibraryFile + ": " + LastLoaderError();
+    error = std::string("cannot load ") + (path ? path : LibraryFile) + ": " + LastLoaderError();
     return false;
   }
   // Every export, in the header's order; the first one missing stops the load.

@@ -19,10 +19,10 @@ struct StyleMark {
   LevelStyle style;
 };
 constexpr StyleMark StyleMarks[] = {
-    {LevelEloMin, {5, 45, 300}},
-    {1500, {5, 28, 250}},
-    {1650, {6, 20, 200}},
-    {1800, {6, 8, 120}},
+    {LevelEloMin, {5, 55, 350}},
+    {1500, {5, 36, 280}},
+    {1650, {6, 18, 180}},
+    {1800, {6, 9, 125}},
     {LevelEloMax, {7, 1, 50}},
 };
 

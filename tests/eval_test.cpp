@@ -203,11 +203,12 @@ TEST(PawnCache, CachedScoreEqualsFreshScoreOverMoveTrees) {
 }
 
 // Evaluation of the position set from fen at the root with its side to
-// move, draw values 0.
+// move, whose draw value is 15 (so a draw scores 15 or -15, not 0).
 int EvaluationOf(const std::string &fen) {
   Prepare();
   SetFen(fen.c_str());
-  DrawValue[White] = DrawValue[Black] = 0;
+  DrawValue[SideToMove] = 15;
+  DrawValue[!SideToMove] = -15;
   PrepareSearchTables(SideToMove);
   return Evaluate(SideToMove, -Wide, Wide, 1);
 }
@@ -278,14 +279,14 @@ const Golden GoldenCases[] = {
     {"8/8/8/3k4/8/8/8/1NB1K3 w - - 0 1", 750, "bishop and knight, king in the centre"},
     {"k7/8/2K5/8/8/8/8/7R w - - 0 1", 735, "rook drives the king to the edge"},
     {"8/8/8/3K4/8/8/8/r3k3 b - - 0 1", -645, "Black's rook against the king"},
-    {"3bk3/8/8/8/8/8/8/R3K3 w - - 0 1", 0, "rook against bishop is drawn"},
-    {"4k3/8/8/8/8/8/1PP5/4K1n1 w - - 0 1", 0, "a knight up without pawns cannot win"},
+    {"3bk3/8/8/8/8/8/8/R3K3 w - - 0 1", 15, "rook against bishop is drawn"},
+    {"4k3/8/8/8/8/8/1PP5/4K1n1 w - - 0 1", 15, "a knight up without pawns cannot win"},
     {"4k3/8/8/8/8/8/1PP5/4KN2 w - - 0 1", 521, "a knight up, and only that side can win"},
-    {"8/8/3k4/8/P3K3/8/8/8 b - - 0 1", 0, "the king catches the rook pawn"},
+    {"8/8/3k4/8/P3K3/8/8/8 b - - 0 1", -15, "the king catches the rook pawn"},
     {"4k3/8/8/8/8/8/P7/4KB2 w - - 0 1", 414, "bishop guards the corner"},
-    {"8/1k6/8/8/8/8/P7/2B1K3 w - - 0 1", 0, "wrong bishop"},
-    {"4k1n1/8/8/8/8/8/8/1NN1K3 w - - 0 1", 0, "two knights against one"},
-    {"4k1r1/8/8/8/8/8/8/RB2K3 w - - 0 1", 0, "rook and bishop against rook"},
+    {"8/1k6/8/8/8/8/P7/2B1K3 w - - 0 1", 15, "wrong bishop"},
+    {"4k1n1/8/8/8/8/8/8/1NN1K3 w - - 0 1", 15, "two knights against one"},
+    {"4k1r1/8/8/8/8/8/8/RB2K3 w - - 0 1", 15, "rook and bishop against rook"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Terms, GoldenEvaluation, testing::ValuesIn(GoldenCases));

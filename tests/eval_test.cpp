@@ -203,11 +203,12 @@ TEST(PawnCache, CachedScoreEqualsFreshScoreOverMoveTrees) {
 }
 
 // Evaluation of the position set from fen at the root with its side to
-// move, draw values 0.
+// move, whose draw value is 15 (so a draw scores 15 or -15, not 0).
 int EvaluationOf(const std::string &fen) {
   Prepare();
   SetFen(fen.c_str());
-  DrawValue[White] = DrawValue[Black] = 0;
+  DrawValue[SideToMove] = 15;
+  DrawValue[!SideToMove] = -15;
   PrepareSearchTables(SideToMove);
   return Evaluate(SideToMove, -Wide, Wide, 1);
 }
@@ -259,6 +260,10 @@ const Golden GoldenCases[] = {
     {"4k3/8/4K3/4P3/8/8/8/8 w - - 0 1", 782, "king leads its pawn"},
     {"2k5/8/1K6/P7/8/8/8/8 w - - 0 1", 815, "king leads the rook pawn"},
     {"4k3/8/8/4P3/4K3/8/8/8 w - - 0 1", 222, "king behind its pawn"},
+    {"8/8/8/8/7k/1K6/P7/6N1 w - - 0 1", 1089, "king leads the a-pawn from the b-file"},
+    {"8/8/8/8/k7/6K1/7P/1N6 w - - 0 1", 1089, "king leads the h-pawn from the g-file"},
+    {"8/8/5k2/8/8/1K6/P7/6N1 w - - 0 1", 444, "king ahead of its a-pawn, no nearer the corner"},
+    {"8/8/8/8/7k/8/PK6/6N1 w - - 0 1", 459, "king beside its a-pawn"},
     {"4k3/pp3p1p/2p3p1/8/1P1P4/P3P2P/5P2/4K3 w - - 0 1", 21, "pawn structure"},
     {"4k3/8/8/8/2P5/2P5/8/4K3 w - - 0 1", 209, "doubled isolated pawns"},
     {"4k3/p7/8/1P6/8/P7/8/4K3 w - - 0 1", 111, "backward and passed pawns"},
@@ -274,14 +279,35 @@ const Golden GoldenCases[] = {
     {"8/8/8/3k4/8/8/8/1NB1K3 w - - 0 1", 750, "bishop and knight, king in the centre"},
     {"k7/8/2K5/8/8/8/8/7R w - - 0 1", 735, "rook drives the king to the edge"},
     {"8/8/8/3K4/8/8/8/r3k3 b - - 0 1", -645, "Black's rook against the king"},
-    {"3bk3/8/8/8/8/8/8/R3K3 w - - 0 1", 0, "rook against bishop is drawn"},
+    {"3bk3/8/8/8/8/8/8/R3K3 w - - 0 1", 15, "rook against bishop is drawn"},
+    {"4k3/8/8/8/8/8/1PP5/4K1n1 w - - 0 1", 15, "a knight up without pawns cannot win"},
+    {"4k3/8/8/8/8/8/1PP5/4KN2 w - - 0 1", 521, "a knight up, and only that side can win"},
+    {"8/8/3k4/8/P3K3/8/8/8 b - - 0 1", -15, "the king catches the rook pawn"},
     {"4k3/8/8/8/8/8/P7/4KB2 w - - 0 1", 414, "bishop guards the corner"},
-    {"8/1k6/8/8/8/8/P7/2B1K3 w - - 0 1", 0, "wrong bishop"},
-    {"4k1n1/8/8/8/8/8/8/1NN1K3 w - - 0 1", 0, "two knights against one"},
-    {"4k1r1/8/8/8/8/8/8/RB2K3 w - - 0 1", 0, "rook and bishop against rook"},
+    {"8/1k6/8/8/8/8/P7/2B1K3 w - - 0 1", 15, "wrong bishop"},
+    {"4k1n1/8/8/8/8/8/8/1NN1K3 w - - 0 1", 15, "two knights against one"},
+    {"4k1r1/8/8/8/8/8/8/RB2K3 w - - 0 1", 15, "rook and bishop against rook"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Terms, GoldenEvaluation, testing::ValuesIn(GoldenCases));
+
+// A lone rook pawn cannot win when the defending king stands beside its
+// promotion corner, or nearer to it than the other king and no farther than
+// the pawn; the side to move gains a tempo in that race only if it is White.
+TEST(WinChances, RookPawnRaceCountsOnlyWhitesTempo) {
+  const struct {
+    const char *fen;
+    int mask;  // bit 0: White can win, bit 1: Black can
+  } cases[] = {
+      {"8/8/3k4/8/P3K3/8/8/8 w - -", 1}, {"8/8/3k4/8/P3K3/8/8/8 b - -", 0}, {"8/8/8/p3k3/8/3K4/8/8 b - -", 0},
+      {"8/8/8/7p/4k3/8/8/4K3 b - -", 2}, {"8/8/8/7p/4k3/8/8/4K3 w - -", 0}, {"8/3k4/8/P7/5K2/8/8/8 w - -", 1},
+      {"8/3k4/8/P7/5K2/8/8/8 b - -", 0}, {"1k6/8/2K5/P7/8/8/8/8 w - -", 0},
+  };
+  for (const auto &c : cases) {
+    SetFen(c.fen);
+    EXPECT_EQ(WinChances(SideToMove), c.mask) << c.fen;
+  }
+}
 
 // The game phase: the opening while castling is kept, the endgame once both
 // sides are below fifteen piece units, and never back.

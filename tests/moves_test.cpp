@@ -215,12 +215,4 @@ TEST(Generation, EnPassantOnlyRightAfterTheDoublePush) {
   EXPECT_EQ(Ply[2].pieceKey, Ply[1].pieceKey);
 }
 
-TEST(Generation, KingCaptureWhenTheLastMoveLeftTheKingAttacked) {
-  SetFen("4k3/8/8/8/8/8/3r4/4K3 w - -");
-  MakeMove<White>(MoveWord(E1, E2, King), 1);  // steps next to the rook
-  Ply[1].listEnd = Ply[0].listEnd;
-  GenerateCaptures<Black>(2);
-  EXPECT_EQ(ListOf(2), std::vector<Move>{MoveWord(D2, E2, Rook, King)});
-}
-
 }  // namespace

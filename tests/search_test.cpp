@@ -1,15 +1,15 @@
-// The search through the exported functions with recording callbacks, and
-// the node search called directly: its cuts, leaves, stores and stop, and
-// the limits of the ply records and the move stack.
+// The node search called directly: its cuts, leaves, stores and stop, and
+// the limits of the ply records and the move stack; the search through the
+// exported functions with recording callbacks; and the root run directly on
+// a scripted clock: its time rules, its reports and its last iteration.
 #define VARN_BUILDING_LIBRARY
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <chrono>
 #include <cstdlib>
 #include <new>
 #include <string>
-#include <thread>
+#include <utility>
 #include <vector>
 
 #include "attacks.h"
@@ -17,6 +17,7 @@
 #include "interface.h"
 #include "make.h"
 #include "moves.h"
+#include "next.h"
 #include "phase.h"
 #include "root.h"
 #include "score.h"
@@ -171,14 +172,7 @@ TEST_F(Node, SearchAllocatesNothing) {
   EXPECT_EQ(Allocations, 0);
 }
 
-struct Report {
-  int depth;
-  std::string text;
-  int score;
-};
-
-std::vector<Report> Reports;
-std::atomic<int> LinesSeen{0};
+// The host's view: every callback in order, each line checked for its depth.
 int CurrentDepth = -1;
 std::string Order;
 
@@ -187,51 +181,88 @@ void OnDepth(int32_t depth, int32_t) {
   Order += 'D';
 }
 void OnNodes(uint32_t, int32_t, int32_t) { Order += 'N'; }
-void OnLine(const char *text, int32_t score) {
-  Reports.push_back({CurrentDepth, text, score});
+void OnLine(const char *, int32_t) {
+  EXPECT_GE(CurrentDepth, 5) << "lines from the fifth ply on";
   Order += 'L';
-  LinesSeen++;
 }
 void OnMove(const char *, int32_t, int32_t) { Order += 'M'; }
+
+// The root's view, for searches run directly: every line with the index of
+// its root move, and the last root move announced, which says where the
+// search stopped. A ponder search gets its ponder hit as the root announces
+// iteration PonderHitDepth.
+struct RootLine {
+  int depth, index, kind, score;  // depth in plies
+  std::string text;
+};
+std::vector<RootLine> Lines;
+int MoveDepth, MoveIndex, RootCount, PonderHitDepth, Stage;
+
+void RecordLine(int score, int depth, int kind) {
+  char text[LineTextSize];
+  Lines.push_back({depth / 60, RootMoveIndex, kind, score, LineText(text, kind)});
+}
+void RecordMove(int depth, Move, int index, int count) {
+  MoveDepth = depth / 60;
+  MoveIndex = index;
+  RootCount = count;
+  if (Pondering && MoveDepth == PonderHitDepth) VarnPonderingOff();
+}
+
+// A scripted clock whose elapsed time follows the search's progress.
+int64_t (*Elapsed)();
+uint32_t LastReadNodes;
+int64_t ScriptedClock() {
+  LastReadNodes = NodeCount;
+  return 5'000'000'000 + Elapsed();
+}
 
 class Search : public testing::Test {
  protected:
   void SetUp() override {
-    VarnCallbacks callbacks{};
-    callbacks.ReportDepth = OnDepth;
-    callbacks.ReportNodes = OnNodes;
-    callbacks.ReportPrincipalVariation = OnLine;
-    callbacks.ReportCurrentMove = OnMove;
+    const VarnCallbacks callbacks{nullptr, OnNodes, OnDepth, OnMove, OnLine, nullptr};
     VarnInit(&callbacks, 0, 1024);
-    Reports.clear();
     Order.clear();
-    LinesSeen = 0;
+    Elapsed = [] { return int64_t(0); };
   }
-  void TearDown() override { VarnQuit(); }
-
-  static int Analyse(const char *fen, int depth, int ponder = 0) {
+  void TearDown() override {
+    ReadClockMs = SystemClockMs;
+    VarnQuit();
+  }
+  // Through the exports, to a depth.
+  static int Analyse(const char *fen, int depth) {
     std::string text = fen;
     VarnSetPosition(text.data());
     VarnSetDepth(depth);
-    return VarnAnalyse(ponder);
+    return VarnAnalyse(0);
   }
-
-  // The last exact line: the engine's answer.
-  static const Report *Best() {
-    for (auto it = Reports.rbegin(); it != Reports.rend(); ++it) {
-      if (it->text.back() == ' ') return &*it;
-    }
-    return nullptr;
+  // The root run directly on the scripted clock from empty tables, under the
+  // limits set; returns the last root move announced as (depth, index).
+  // However the search ended, the position is as it was.
+  static std::pair<int, int> Run(const char *fen) {
+    std::string text = fen;
+    VarnSetPosition(text.data());
+    VarnClearHashtable();
+    ClearHistory();
+    ReadClockMs = ScriptedClock;
+    Lines.clear();
+    MoveDepth = MoveIndex = 0;
+    NodeCount = 0;
+    const uint64_t pieceKey = Ply[1].pieceKey, pawnKey = Ply[1].pawnKey;
+    EXPECT_EQ(RootSearch(SideToMove, RootReports{RecordLine, RecordMove}), 0) << fen;
+    EXPECT_EQ(PositionIsConsistent(), 1) << fen;
+    DerivePositionState();
+    EXPECT_TRUE(Ply[1].pieceKey == pieceKey && Ply[1].pawnKey == pawnKey) << fen;
+    return {MoveDepth, MoveIndex};
   }
 };
 
 TEST_F(Search, MatesAreScoredByTheirDistance) {
-  struct Case {
+  const struct {
     const char *fen;
     const char *moves;  // the mating first moves, or "" when several work
     int score;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"6k1/5ppp/8/8/8/8/8/R5K1 w - -", "a1a8", 29998},                    // mate in 1
       {"r5k1/8/8/8/8/8/5PPP/6K1 b - -", "a8a1", 29998},                    // the same for Black
       {"r5k1/5ppp/8/8/8/8/5PPP/R2R2K1 w - -", "a1a8", 29998},              // a capture that mates
@@ -239,15 +270,14 @@ TEST_F(Search, MatesAreScoredByTheirDistance) {
       {"k7/8/2K5/8/8/8/8/7R w - -", "c6b6", 29996},                        // mate in 2, a quiet king move
       {"6k1/8/8/6K1/8/8/8/R7 w - -", "", 29994},                           // mate in 3
   };
-  for (const Case &c : cases) {
-    Reports.clear();
-    EXPECT_EQ(Analyse(c.fen, 8), 0) << c.fen;
-    const Report *best = Best();
-    ASSERT_NE(best, nullptr) << c.fen;
+  VarnSetDepth(8);
+  for (const auto &c : cases) {
+    Run(c.fen);
+    const RootLine &best = Lines.back();  // the last line of a finished iteration is exact
     if (*c.moves) {
-      EXPECT_NE(std::string(c.moves).find(best->text.substr(0, 4)), std::string::npos) << c.fen;
+      EXPECT_NE(std::string(c.moves).find(best.text.substr(0, 4)), std::string::npos) << c.fen;
     }
-    EXPECT_EQ(best->score, c.score) << c.fen;
+    EXPECT_EQ(best.score, c.score) << c.fen;
   }
 }
 
@@ -257,99 +287,99 @@ TEST_F(Search, NoLegalMoveReturnsOneAndReportsNothing) {
   EXPECT_TRUE(Order.empty());
 }
 
-TEST_F(Search, SingleLegalMoveSearchesFivePliesAndKeepsTheLimit) {
-  EXPECT_EQ(Analyse("7k/8/5K2/8/8/8/8/6R1 b - -", 12), 0);
-  EXPECT_EQ(TimeMode, TimeModeDepth);
-  EXPECT_EQ(DepthLimit, 5);
-  ASSERT_FALSE(Reports.empty());
-  for (const Report &r : Reports) EXPECT_LE(r.depth, 5);
-  EXPECT_EQ(Reports.back().depth, 5);
-  // The limit stays for the next search until the host sets another.
-  std::string start = StartFen;
-  VarnSetPosition(start.data());
-  Reports.clear();
-  EXPECT_EQ(VarnAnalyse(0), 0);
-  EXPECT_EQ(Reports.back().depth, 5);
-}
-
 // Every report calls depth, nodes, then the line or move; fail reports carry
 // the root move alone and the bound that was crossed.
 TEST_F(Search, ReportsAndAspirationFailures) {
-  const char *fens[] = {
-      "r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq -",
-      "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -",
-      "2r3k1/pp3ppp/8/3q4/8/1P3Q2/P4PPP/2R3K1 w - -",
-      "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -",
-  };
   int failures = 0;
-  for (const char *fen : fens) {
-    Reports.clear();
+  for (const char *fen : {"r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq -",
+                          "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -",
+                          "2r3k1/pp3ppp/8/3q4/8/1P3Q2/P4PPP/2R3K1 w - -", "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -"}) {
     Order.clear();
     Analyse(fen, 8);
     for (size_t i = 0; i < Order.size(); i += 3) EXPECT_EQ(Order.substr(i, 2), "DN");
-    int lastExact = 0;
-    bool haveExact = false;
-    int lastDepth = 0;
-    for (const Report &r : Reports) {
-      EXPECT_GE(r.depth, 5);
-      EXPECT_GE(r.depth, lastDepth);
-      lastDepth = r.depth;
-      const char end = r.text.back();
-      if (end == ' ') {
-        lastExact = r.score;
-        haveExact = true;
+    Run(fen);
+    int best = 0;
+    for (const RootLine &line : Lines) {
+      if (line.kind == ReportKindExact) {
+        best = line.score;
         continue;
       }
       ++failures;
-      EXPECT_EQ(r.text.size(), 5u) << r.text;  // one move and the mark
-      if (haveExact) {
-        EXPECT_EQ(r.score, end == '!' ? lastExact + 40 : lastExact - 40) << r.text;
-      }
-      EXPECT_TRUE(end == '!' || end == '?');
+      const bool high = line.kind == ReportKindFailHigh;
+      EXPECT_EQ(line.text.size(), 5u) << line.text;  // one move and the mark
+      EXPECT_EQ(line.text.back(), high ? '!' : '?') << line.text;
+      EXPECT_EQ(line.score, high ? best + 40 : best - 40) << line.text;
     }
   }
   EXPECT_GT(failures, 0);
 }
 
-TEST_F(Search, StopFromAnotherThreadLeavesThePositionAsItWas) {
-  std::string fen = "r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq -";
-  VarnSetPosition(fen.data());
-  const uint64_t pieceKey = Ply[1].pieceKey, pawnKey = Ply[1].pawnKey;
-  for (int delayMs : {0, 3, 17, 40}) {
-    VarnSetInfinite();
-    std::atomic<bool> done{false};
-    std::thread searcher([&] {
-      EXPECT_EQ(VarnAnalyse(0), 0);
-      done = true;
-    });
-    std::this_thread::sleep_for(std::chrono::milliseconds(delayMs));
-    // The root clears the flag as it starts, so keep asking until it ends.
-    while (!done) {
-      VarnStopAnalyse();
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    searcher.join();
-    EXPECT_EQ(PositionIsConsistent(), 1);
-    DerivePositionState();
-    EXPECT_EQ(Ply[1].pieceKey, pieceKey);
-    EXPECT_EQ(Ply[1].pawnKey, pawnKey);
+const char *const Italian = "r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq -";
+
+// Past the budget no root move from the sixth on is started, unless the
+// first move scored more than 10 below the last iteration's best line: then
+// the iteration is finished, and no new one begun.
+TEST_F(Search, ScoreDropFinishesTheIteration) {
+  VarnSetTime(40, 200);  // budget 5 s: new iterations until 3.5 s, moves from the sixth until 5 s
+  Elapsed = [] { return MoveDepth > Stage || (MoveDepth == Stage && MoveIndex >= 5) ? int64_t(6000) : 0; };
+  int seen[2] = {0, 0};
+  for (Stage = 2; Stage <= 7; ++Stage) {
+    const std::pair<int, int> stop = Run(Italian);
+    int previous = 0;  // the last line of the iteration before, always exact
+    auto first = Lines.begin();
+    for (; first->depth < Stage; ++first) previous = first->score;
+    const bool dropped =
+        first->kind == ReportKindFailLow || (first->kind == ReportKindExact && first->score < previous - 10);
+    ++seen[dropped];
+    EXPECT_EQ(stop, std::make_pair(Stage, dropped ? RootCount : 5)) << "iteration " << Stage;
+  }
+  EXPECT_GT(seen[0], 0);
+  EXPECT_GT(seen[1], 0);
+}
+
+// At 3 s of a 5 s budget a new iteration begins only while the best move has
+// changed within the last three plies; no search inherits that from another.
+TEST_F(Search, StableBestMoveEndsTheSearchEarlier) {
+  VarnSetTime(40, 200);
+  Elapsed = [] { return MoveDepth == 0 ? 0 : MoveDepth > 12 ? int64_t(100000) : 3000; };
+  for (const char *fen : {Italian, "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -",
+                          "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -"}) {
+    const std::pair<int, int> stop = Run(fen);
+    int refused = 3;  // the iteration not begun: three after the last change before it
+    for (const RootLine &line : Lines)
+      if (line.index > 1 && line.depth < refused) refused = line.depth + 3;
+    EXPECT_EQ(stop, std::make_pair(refused - 1, RootCount)) << fen;
   }
 }
 
-// A ponder search ignores the depth limit until the ponder hit hands it back.
-TEST_F(Search, PonderingOffHandsTheSearchToTheLimit) {
-  std::string text = "r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq -";
-  VarnSetPosition(text.data());
+// Inside the tree the clock is read every 200000 nodes, counted afresh by
+// each search: the read that finds the time used up stops the search at
+// once, where the root's rules would let it go on.
+TEST_F(Search, TheTreeReadsTheClockEvery200000Nodes) {
+  VarnSetBlitz(26, 1000);  // the tree stops at 6 s; the root, with the increment, after 700 s
+  for (Stage = 250000; Stage < 1000000; Stage += 400000) {
+    Elapsed = [] { return NodeCount > 3000000 ? int64_t(100000) : NodeCount >= uint32_t(Stage) ? 10000 : 0; };
+    Run(Italian);
+    EXPECT_EQ(LastReadNodes, uint32_t(Stage / 200000 + 1) * 200000);
+    EXPECT_LT(NodeCount - LastReadNodes, 100u);
+  }
+}
+
+// Iterations end at the limit: the fifth with one legal move, a limit the
+// host's next search keeps; the thirty-first in an infinite search, which
+// does not stop on a mate; a ponder search ignores the limit until its hit.
+TEST_F(Search, LastIteration) {
+  VarnSetInfinite();
+  std::pair<int, int> stop = Run("6k1/5ppp/8/8/8/8/8/R5K1 w - -");
+  EXPECT_EQ(stop, std::make_pair(31, RootCount));
+  VarnSetDepth(12);
+  EXPECT_EQ(Run("7k/8/5K2/8/8/8/8/6R1 b - -"), std::make_pair(5, 1));
+  stop = Run(Italian);
+  EXPECT_EQ(stop, std::make_pair(5, RootCount));
   VarnSetDepth(3);
-  std::atomic<bool> done{false};
-  std::thread searcher([&] {
-    VarnAnalyse(1);
-    done = true;
-  });
-  while (LinesSeen == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  EXPECT_FALSE(done);  // a depth-5 line arrived although the limit is 3
-  VarnPonderingOff();
-  searcher.join();
+  Pondering = 1;
+  PonderHitDepth = 6;
+  EXPECT_EQ(Run(Italian), std::make_pair(6, 1));
   EXPECT_EQ(Pondering, 0);
 }
 

@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <climits>
-#include <thread>
 
 #include "interface.h"
 #include "root.h"
@@ -139,32 +138,6 @@ TEST_F(Clock, HostValuesAreGuarded) {
   VarnSetTime(2, INT32_MAX);  // four budgets exceed the int32 range
   EXPECT_EQ(StopAt(1610611249, 300, 2), 0);
   EXPECT_EQ(StopAt(1610611250, 300, 2), 1);
-}
-
-// A ponder hit raced against time checks: before the hit no check may stop
-// (pondering), after it none should (4 s pondered, 0 s since, budget 10 s);
-// a half-applied hit (4 s pondered counted twice) would stop.
-TEST_F(Clock, PonderHitIsNeverSeenHalfDone) {
-  VarnSetTime(1, 10);
-  for (int round = 0; round < 300; ++round) {
-    FakeNow = Origin;
-    StartClock();
-    PonderedMs = 0;
-    Pondering = 1;
-    FakeNow = Origin + 4000;
-    std::atomic<bool> go{false};
-    std::thread host([&] {
-      while (!go) {
-      }
-      VarnPonderingOff();
-    });
-    go = true;
-    int stops = 0;
-    for (int i = 0; i < 2000; ++i) stops += TimeCheck(300, 1, Root) + TimeCheck(300, 2, Root);
-    host.join();
-    ASSERT_EQ(stops, 0) << "round " << round;
-    ASSERT_EQ(PonderedMs, 4000);
-  }
 }
 
 }  // namespace

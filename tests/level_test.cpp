@@ -57,18 +57,18 @@ TEST(LevelChoice, DrawsFollowTheChancesAndMatesAreAlwaysPlayed) {
   for (int i = 0; i < 200; ++i) EXPECT_EQ(mating[ChooseLevelMove(mating, style)].move, "mate");
 }
 
+// Plays at a level with a seed from a new game.
+void UseLevel(int elo, int seed) {
+  EXPECT_EQ(SetOption(LimitStrengthOption, "true"), "");
+  EXPECT_EQ(SetOption(EloOption, std::to_string(elo)), "");
+  EXPECT_EQ(SetOption(SeedOption, std::to_string(seed)), "");
+  NewGame();
+}
+
 class LevelGames : public testing::Test {
  protected:
   static void SetUpTestSuite() { StartRealSession(); }
   static void TearDownTestSuite() { EndSession(); }
-
-  // Plays at a level with a seed from a new game.
-  static void UseLevel(int elo, int seed) {
-    EXPECT_EQ(SetOption(LimitStrengthOption, "true"), "");
-    EXPECT_EQ(SetOption(EloOption, std::to_string(elo)), "");
-    EXPECT_EQ(SetOption(SeedOption, std::to_string(seed)), "");
-    NewGame();
-  }
 };
 
 TEST_F(LevelGames, EveryLevelTakesAFreeQueenAndMatesInOne) {
@@ -95,10 +95,7 @@ TEST_F(LevelGames, EveryLevelTakesAFreeQueenAndMatesInOne) {
 // all be legal.
 std::vector<std::string> LevelGame(int elo, int seed, int plies) {
   std::vector<std::string> moves;
-  SetOption(LimitStrengthOption, "true");
-  SetOption(EloOption, std::to_string(elo));
-  SetOption(SeedOption, std::to_string(seed));
-  NewGame();
+  UseLevel(elo, seed);
   for (int ply = 0; ply < plies; ++ply) {
     Position("startpos moves " + JoinWords(moves));
     const std::vector<std::string> legal = RulesLegalMoves(GameFen());

@@ -1,6 +1,6 @@
 // The search session without a host process: the plan made from a position
-// and a go command, the report texts, the game, the options, and what the
-// session makes of the library's reports (a scripted stand-in or the library).
+// and a go command, the options, and what the session makes of the library's
+// reports (from a scripted stand-in, or from the library for the mate texts).
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -31,8 +31,6 @@ const PlanCase PlanCases[] = {
     {"startpos", "wtime 100000 btime 5000", LimitMode::Blitz, 97, 0, 0, 0, 11244, false},
     // The side to move, and so the clock, comes from the moves after the FEN.
     {"startpos moves e2e4", "wtime 100000 btime 5000", LimitMode::Blitz, 4, 0, 0, 0, 558, false},
-    {"fen 4k3/8/8/8/8/8/8/4K3 b - - moves e8d8", "wtime 100000 btime 5000", LimitMode::Blitz, 97, 0, 0, 0, 11244,
-     false},
     {"startpos", "wtime 60000 btime 60000 winc 1000 binc 0", LimitMode::Blitz, 58, 1, 0, 0, 9744, false},
     {"startpos moves d2d4", "wtime 60000 btime 60000 winc 0 binc 2000", LimitMode::Blitz, 58, 2, 0, 0, 11694, false},
     {"startpos", "wtime 150 btime 150 winc 20 binc 20", LimitMode::Infinite, 0, 0, 0, 0, 18, false},
@@ -78,82 +76,6 @@ TEST_P(Plan, FollowsTheClockOfTheSideToMove) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Go, Plan, testing::ValuesIn(PlanCases));
-
-TEST(PlanLimits, PonderHoldsAndNodesAreTheHostsToCount) {
-  const SearchPlan ponder = PlanSearch(ParseGo(SplitWords("ponder wtime 5000 btime 5000"), 0), true, PlanSettings());
-  EXPECT_TRUE(ponder.ponder);
-  EXPECT_TRUE(ponder.hold);
-  const SearchPlan nodes = PlanSearch(ParseGo(SplitWords("nodes 20000"), 0), true, PlanSettings());
-  EXPECT_EQ(nodes.nodeLimit, 20000);
-  EXPECT_FALSE(nodes.hold);
-  // The moves after searchmoves are skipped, not read as limits.
-  const GoRequest odd = ParseGo(SplitWords("searchmoves e2e4 d2d4 depth 6 perft 3"), 0);
-  EXPECT_TRUE(odd.searchMoves);
-  EXPECT_EQ(odd.depth, 6);
-  EXPECT_EQ(odd.perft, 3);
-}
-
-TEST(ReportText, LinesBoundsAndScores) {
-  const struct {
-    const char *text, *bound, *first;
-  } lines[] = {{"e2e4 e7e5 ", "", "e2e4"}, {"g1f3!", " lowerbound", "g1f3"}, {"e7e8Q?", " upperbound", "e7e8q"}};
-  for (const auto &line : lines) {
-    const LineReport report = ReadLineReport(line.text);
-    EXPECT_EQ(report.bound, line.bound) << line.text;
-    ASSERT_FALSE(report.moves.empty());
-    EXPECT_EQ(report.moves[0], line.first);
-  }
-  EXPECT_EQ(ScoreText(29999), "mate 1");
-  EXPECT_EQ(ScoreText(29995), "mate 3");
-  EXPECT_EQ(ScoreText(-29998), "mate -1");
-  EXPECT_EQ(ScoreText(-35), "cp -35");
-}
-
-
-struct GameCase {
-  const char *position;  // words after "position"
-  const char *fen;       // the FEN "d" shows, with its move counters
-};
-
-const GameCase GameCases[] = {
-    // The counters of the FEN are read and carried: a pawn move or a capture
-    // resets the halfmove clock, Black's move ends a full move.
-    {"fen 4k3/8/8/8/8/8/4P3/R3K3 w Q - 7 30 moves a1a2 e8d8 e2e4 d8c8",
-     "2k5/8/8/8/4P3/8/R7/4K3 w - - 1 32"},
-    {"fen 4k3/8/8/8/8/8/4P3/R3K3 b - - 7 30 moves e8d8 a1a2", "3k4/8/8/8/8/8/R3P3/4K3 b - - 9 31"},
-    // Black castles queen-side: the rook moves and Black's rights are spent.
-    {"fen r3k2r/8/8/8/8/8/8/R3K2R b KQkq - 3 9 moves e8c8", "2kr3r/8/8/8/8/8/8/R3K2R w KQ - 4 10"},
-    {"fen r3k2r/8/8/8/8/8/8/R3K2R b KQkq - 3 9 moves a8b8", "1r2k2r/8/8/8/8/8/8/R3K2R w KQk - 4 10"},
-    {"startpos moves e2e4 d7d5 e4e5 f7f5", "rnbqkbnr/ppp1p1pp/8/3pPp2/8/8/PPPP1PPP/RNBQKBNR w KQkq f6 0 3"},
-};
-
-class GameRecord : public testing::TestWithParam<GameCase> {};
-
-TEST_P(GameRecord, CarriesTheFenThroughTheMoves) {
-  ASSERT_TRUE(SetGamePosition(SplitWords(GetParam().position), 0).empty());
-  const std::vector<std::string> diagram = GameDiagram();
-  EXPECT_EQ(diagram[diagram.size() - 2], std::string("Fen: ") + GetParam().fen);
-}
-
-INSTANTIATE_TEST_SUITE_P(Positions, GameRecord, testing::ValuesIn(GameCases));
-
-TEST(GameRecord, RefusesWhatCannotBeRepairedAndRepairsTheRest) {
-  const struct {
-    const char *position, *told;
-  } cases[] = {
-      {"fen 4k2p/8/8/8/8/8/8/4K3 w - -", "illegal position: a pawn on the first or last rank"},
-      {"fen 4k3/8/8/8/8/8/8/p3K3 b - -", "illegal position: a pawn on the first or last rank"},
-      {"fen 4k3/8/8/8/8/8/8/4K3 b - - moves e1e2 e8e7", "illegal move e1e2: it and the moves after it are ignored"},
-      {"fen r3k3/8/8/8/8/8/8/4K3 w q -", ""},
-      {"fen 4k3/8/8/8/8/8/8/4K3 w q -", "position: dropped castling right q (its king or rook is not at home)"},
-      {"fen 4k3/8/8/3pP3/8/8/8/4K3 w - d6", ""},
-      {"fen 4k3/8/8/4P3/8/8/8/4K3 w - d6", "position: dropped en passant square d6 (no pawn has just passed it)"},
-  };
-  for (const auto &c : cases) {
-    const std::vector<std::string> told = SetGamePosition(SplitWords(c.position), 0);
-    EXPECT_EQ(told.empty() ? "" : told[0], c.told) << c.position;
-  }
-}
 
 // A session over the scripted stand-in of the library.
 class ScriptedSession : public testing::Test {

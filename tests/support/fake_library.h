@@ -68,39 +68,17 @@ inline void Stop() {
   Stopped = true;
 }
 inline void PonderingOff() { ++FakePonderOffs; }
-inline void Clear() { ++FakeClears; }
-inline void SetParam(const char *name, const char *value) { FakeParams.push_back(std::string(name) + "=" + value); }
-inline const char *const *ParamList() {
-  static const char *const lines[] = {"option name DrawScore type spin default 15 min -50 max 50", nullptr};
-  return lines;
-}
-inline const char *Text() { return "Fake"; }
-inline void Nothing() {}
-inline void Depth(int32_t plies) { FakeDepth = plies; }
-inline void Text1(char *) {}
-inline void Pair(int32_t, int32_t) {}
 }  // namespace fake
 
 // The exports of the stand-in; the setters it ignores do nothing.
 inline VarnExports FakeExports() {
-  VarnExports exports{};
-  exports.Analyse = fake::Analyse;
-  exports.ClearHashtable = fake::Clear;
-  exports.GetAuthor = fake::Text;
-  exports.GetParamList = fake::ParamList;
-  exports.GetVersion = fake::Text;
-  exports.Init = fake::Init;
-  exports.NextBest = fake::Nothing;
-  exports.PonderingOff = fake::PonderingOff;
-  exports.Quit = fake::Nothing;
-  exports.SetBlitz = fake::Pair;
-  exports.SetDepth = fake::Depth;
-  exports.SetGame = fake::Text1;
-  exports.SetInfinite = fake::Nothing;
-  exports.SetParam = fake::SetParam;
-  exports.SetPosition = fake::Text1;
-  exports.SetStartPosition = fake::Nothing;
-  exports.SetTime = fake::Pair;
-  exports.StopAnalyse = fake::Stop;
-  return exports;
+  static const char *const lines[] = {"option name DrawScore type spin default 15 min -50 max 50", nullptr};
+  const auto nothing = [] {};
+  const auto pair = [](int32_t, int32_t) {};
+  const auto text = [](char *) {};
+  const auto name = []() -> const char * { return "Fake"; };
+  return {fake::Analyse, [] { ++FakeClears; }, name, []() -> const char *const * { return lines; }, name,
+          fake::Init, nothing, fake::PonderingOff, nothing, pair, [](int32_t plies) { FakeDepth = plies; }, text,
+          nothing, [](const char *n, const char *v) { FakeParams.push_back(std::string(n) + "=" + v); }, text,
+          nothing, pair, fake::Stop};
 }

@@ -11,8 +11,8 @@
 #include <vector>
 
 // The range of UCI_Elo: measured levels, up to full strength at the top.
-constexpr int LevelEloMin = 1350;
-constexpr int LevelEloMax = 2000;
+constexpr int LevelEloMin = 1260;
+constexpr int LevelEloMax = 2045;
 
 // How a level plays.
 struct LevelStyle {

@@ -101,7 +101,8 @@ bool ReadBoard(const std::string &field, int board[64]) {
 // "" when the field is not a castling field at all.
 std::string KeptCastling(const std::string &castling, const int board[64], std::vector<std::string> &dropped) {
   struct Right { char letter; int king, kingSquare, rook, rookSquare; };
-  constexpr Right Rights[] = {{'K', 6, E1, 4, H1}, {'Q', 6, E1, 4, A1}, {'k', -6, E8, -4, H8}, {'q', -6, E8, -4, A8}};
+  constexpr Right Rights[] = {
+      {'K', King, E1, Rook, H1}, {'Q', King, E1, Rook, A1}, {'k', -King, E8, -Rook, H8}, {'q', -King, E8, -Rook, A8}};
   if (castling == "-") return castling;
   std::string kept;
   for (size_t i = 0; i < castling.size(); ++i) {
@@ -124,7 +125,7 @@ std::string KeptEnPassant(const std::string &ep, bool white, const int board[64]
   // which it and the square behind it have just left empty.
   const int up = white ? 8 : -8;
   const int s = SquareFromText(ep.c_str());
-  if (s / 8 == (white ? 5 : 2) && !board[s] && !board[s + up] && board[s - up] == (white ? -1 : 1)) return ep;
+  if (s / 8 == (white ? 5 : 2) && !board[s] && !board[s + up] && board[s - up] == (white ? -Pawn : Pawn)) return ep;
   dropped.push_back("en passant square " + ep + " (no pawn has just passed it)");
   return "-";
 }
@@ -148,8 +149,8 @@ FenReading RulesReadFen(const std::vector<std::string> &fields) {
     return reading;
   }
   for (int s = 0; s < 64; ++s) {
-    if (board[s] == 6 || board[s] == -6) ++kings[board[s] > 0];
-    if ((board[s] == 1 || board[s] == -1) && (s < 8 || s >= 56)) reading.refused = "a pawn on the first or last rank";
+    if (board[s] == King || board[s] == -King) ++kings[board[s] > 0];
+    if ((board[s] == Pawn || board[s] == -Pawn) && (s < 8 || s >= 56)) reading.refused = "a pawn on the first or last rank";
   }
   if (!reading.refused.empty()) return reading;
   if (kings[0] != 1 || kings[1] != 1) {

@@ -302,7 +302,7 @@ void RunLevel(const SearchOrder &order) {
   const LevelStyle style = LevelStyleFor(order.elo);
   Report.quiet = true;
   std::vector<ScoredMove> scored;
-  for (int plies = ReportedPlies; plies <= style.childPlies; ++plies) {
+  for (int plies = MinimumReportedDepth; plies <= style.childPlies; ++plies) {
     std::vector<ScoredMove> pass = ScoreRootMoves(order, plies);
     const bool complete = pass.size() == order.children.size();
     if (complete || scored.empty()) scored = pass;
@@ -319,7 +319,7 @@ void RunLevel(const SearchOrder &order) {
   const ScoredMove &chosen = scored[ChooseLevelMove(scored, style)];
   Report.bestLine = chosen.line;
   Report.bestScore = chosen.score;
-  Report.bestDepth = std::max(Report.bestDepth, ReportedPlies + 1);
+  Report.bestDepth = std::max(Report.bestDepth, MinimumReportedDepth + 1);
 }
 
 // The search thread: the planned search (or a level's), a depth-5 follow-up
@@ -335,7 +335,7 @@ void RunSearch(SearchOrder order) {
     SetLimit(plan);
     result = Analyse(plan.ponder);
     if (result == 0 && Report.bestLine.empty() && !StopDueNow()) {
-      Varn.SetDepth(ReportedPlies);
+      Varn.SetDepth(MinimumReportedDepth);
       Analyse(false);
     }
   }
@@ -461,13 +461,12 @@ void SetPosition(const std::vector<std::string> &words, size_t first) {
   for (const std::string &note : SetGamePosition(words, first)) Say("info string " + note);
 }
 
-void Go(const GoRequest &goRequest, bool wait) {
+void Go(const GoRequest &request, bool wait) {
   JoinSearch(true);
   if (!GameIsLegal()) {
     AnswerAtOnce("", "");
     return;
   }
-  GoRequest request = goRequest;
   SearchOrder order;
   const std::vector<std::string> legal = RulesLegalMoves(GameFen());
   order.hostMove = HostMove(legal);
@@ -478,9 +477,9 @@ void Go(const GoRequest &goRequest, bool wait) {
     return;
   }
   if (request.searchMoves) Say("info string searchmoves is not supported: searching all moves");
-  if (request.depth >= 0 && request.depth < ReportedPlies)
+  if (request.depth >= 0 && request.depth < MinimumReportedDepth)
     Say("info string depth " + std::to_string(request.depth) + " is searched to depth " +
-        std::to_string(ReportedPlies) + ", the least the engine reports");
+        std::to_string(MinimumReportedDepth) + ", the least the engine reports");
   order.plan = PlanSearch(request, GameWhiteToMove(), CurrentPlanSettings());
   // A spent clock leaves no time for a search: answer before the thread and
   // the library's set-up cost anything.
@@ -499,14 +498,7 @@ void Go(const GoRequest &goRequest, bool wait) {
     AnswerAtOnce(order.hostMove, order.noMoveScore);
     return;
   }
-  if (wait) {
-    bool holds = false;
-    {
-      std::lock_guard<std::mutex> guard(StateLock);
-      holds = order.plan.hold;
-    }
-    if (!holds) JoinSearch(false);
-  }
+  if (wait && !order.plan.hold) JoinSearch(false);
 }
 
 void Stop() {

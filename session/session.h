@@ -54,5 +54,3 @@ void JoinSearch(bool stopFirst);
 // depth (the set's own depth when below 1); prints the node total and speed.
 void RunBench(int depth);
 
-// The plies of the shallowest search that reports a line.
-constexpr int ReportedPlies = MinimumReportedDepth;

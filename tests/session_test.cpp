@@ -212,7 +212,7 @@ TEST_F(ScriptedSession, ASearchEndedBeforeItsFirstLineGoesOnToTheFifthPly) {
   const int searches = FakeSearches;
   EXPECT_EQ(GoAndWait("wtime 60000 btime 60000"), "bestmove " + RulesLegalMoves(GameFen())[0]);
   EXPECT_EQ(FakeSearches, searches + 2);
-  EXPECT_EQ(FakeDepth, ReportedPlies);
+  EXPECT_EQ(FakeDepth, MinimumReportedDepth);
 }
 
 // Mate texts from both sides, from searches of the real library.

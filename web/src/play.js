@@ -26,12 +26,12 @@ export class Play {
     return this.active && chess.turn() === this.game.human;
   }
 
-  // The levels on offer: every LevelStep Elo from the engine's lowest level,
-  // then full strength, the top of its range.
+  // The levels on offer: every LevelStep Elo from the engine's lowest level
+  // while a whole step remains below full strength, the top of its range.
   offerLevels(levels) {
     const options = [];
     if (levels) {
-      for (let elo = levels.min; elo < levels.max; elo += LevelStep) options.push([String(elo), `Level ${elo}`]);
+      for (let elo = levels.min; elo + LevelStep <= levels.max; elo += LevelStep) options.push([String(elo), `Level ${elo}`]);
     }
     options.push(['full', levels ? `Full strength (${levels.max})` : 'Full strength']);
     this.el.level.replaceChildren(...options.map(([value, text]) => Object.assign(document.createElement('option'), { value, textContent: text })));

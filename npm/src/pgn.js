@@ -3,8 +3,9 @@
 // notation, and an annotated game written back.
 import { Chess } from 'chess.js';
 
-const Termination = /(?:1-0|0-1|1\/2-1\/2|\*)$/;
-const TagLine = /^\[\s*([A-Za-z0-9_+#=:-]+)\s+"((?:[^"\\]|\\.)*)"\s*\]$/;
+// A game's result at the end of its text, and one tag pair.
+export const Termination = /(?:1-0|0-1|1\/2-1\/2|\*)$/;
+export const TagLine = /^\[\s*([A-Za-z0-9_+#=:-]+)\s+"((?:[^"\\]|\\.)*)"\s*\]$/;
 
 // Lines of a stream of text chunks (bytes or strings), one chunk at a time.
 export async function* readLines(chunks) {

@@ -63,9 +63,12 @@ export function reviewSummary(scores, whiteFirst = true) {
 }
 
 // Searches every position of a game (a FEN or "startpos" and its coordinate
-// moves) with the limits; returns per position { score (White's view), pv }.
+// moves) with the limits, as a new game; returns per position { score (White's view), pv }.
 // onPosition(index, count) reports progress; options.signal stops early.
 export async function reviewGame(engine, game, limits, { onPosition, signal } = {}) {
+  // A fresh table per game: a review does not depend on which games the same
+  // engine saw before, so shards and single runs of varn-annotate agree.
+  await engine.newGame();
   const positions = [];
   const fen = game.fen || 'startpos';
   for (let i = 0; i <= game.moves.length; i += 1) {

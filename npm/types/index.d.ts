@@ -68,7 +68,7 @@ export interface StartOptions {
   hash?: number;
   /** The engine's notes ("info string"). */
   onMessage?: (text: string) => void;
-  /** Node: how often the engine's output is read during a search (ms, default 5). */
+  /** Node: how often the engine's output is read during a search (ms, default 1). */
   pollMs?: number;
 }
 
@@ -133,7 +133,7 @@ export declare function moveLosses(scores: WhiteScore[], whiteFirst?: boolean): 
 export declare function judgeMoves(scores: WhiteScore[], whiteFirst?: boolean): (Verdict['name'] | null)[];
 export interface SideSummary { inaccuracies: number; mistakes: number; blunders: number; acpl: number }
 export declare function reviewSummary(scores: WhiteScore[], whiteFirst?: boolean): { white: SideSummary; black: SideSummary };
-/** Searches every position of a game; per position its White's-view score and line. */
+/** Searches every position of a game, as a new game (empty table); per position its White's-view score and line. */
 export declare function reviewGame(
   engine: VarnEngine,
   game: { fen?: string; moves: string[] },

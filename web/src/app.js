@@ -102,8 +102,7 @@ async function newGame(start, moves = []) {
   await stopReview();
   game = new Game(start, moves);
   review.clear();
-  $('result').textContent = '';
-  $('playing').textContent = '';
+  play.clear();
   moved();
 }
 

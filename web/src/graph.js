@@ -1,17 +1,17 @@
 // The evaluation graph of a reviewed game: one point per position, White's
 // advantage upwards, mistakes and blunders marked on the move that made them.
+import { DecidedCp } from 'varn';
+
 const Width = 600;
 const Height = 160;
-const Cap = 1000;
 const svgNs = 'http://www.w3.org/2000/svg';
 
-// Height of a White score on the graph, scores capped at +-10 pawns.
-export function graphY(value) {
-  const capped = Math.max(-Cap, Math.min(Cap, value));
-  return Height / 2 - (capped / Cap) * (Height / 2 - 6);
+// Height of a White score on the graph: decided values, within +-DecidedCp.
+function graphY(value) {
+  return Height / 2 - (value / DecidedCp) * (Height / 2 - 6);
 }
 
-export function graphX(index, count) {
+function graphX(index, count) {
   return count <= 1 ? Width / 2 : 6 + (index * (Width - 12)) / (count - 1);
 }
 

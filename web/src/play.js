@@ -3,6 +3,9 @@
 const LevelStep = 150;
 const ResignCp = 900;
 
+// The name of the side that is not side ('w' or 'b').
+const otherName = (side) => (side === 'w' ? 'Black' : 'White');
+
 function clockText(ms) {
   const seconds = Math.max(0, Math.ceil(ms / 1000));
   return `${Math.floor(seconds / 60)}:${String(seconds % 60).padStart(2, '0')}`;
@@ -55,8 +58,7 @@ export class Play {
       losing: 0, // Varn's moves in a row at a lost score
       level,
     };
-    const side = settings.human === 'w' ? 'Black' : 'White';
-    this.el.playing.textContent = `Varn plays ${side} ${level ? `at level ${level}` : 'at full strength'}.`;
+    this.el.playing.textContent = `Varn plays ${otherName(settings.human)} ${level ? `at level ${level}` : 'at full strength'}.`;
     this.el.result.textContent = '';
     this.el.resign.disabled = false;
     this.tick(game);
@@ -69,8 +71,8 @@ export class Play {
     const state = this.game;
     if (!this.active) return;
     const mover = game.chess().turn() === 'w' ? 'b' : 'w';
-    state.clock[mover] -= performance.now() - state.turnStart;
-    if (state.clock[mover] <= 0) return this.end(`${mover === 'w' ? 'Black' : 'White'} wins on time.`);
+    state.clock[mover] = this.timeLeft(mover);
+    if (state.clock[mover] <= 0) return this.end(`${otherName(mover)} wins on time.`);
     state.clock[mover] += state.increment;
     state.turnStart = performance.now();
     const outcome = game.outcome();
@@ -83,7 +85,7 @@ export class Play {
   async engineTurn(game) {
     const state = this.game;
     const side = game.chess().turn();
-    const left = state.clock[side] - (performance.now() - state.turnStart);
+    const left = this.timeLeft(side);
     const clocks = side === 'w' ? { wtime: left, btime: state.clock.b } : { wtime: state.clock.w, btime: left };
     const { fen, moves } = game.engineInput(game.length);
     const result = await this.engine.position(fen, moves)
@@ -94,24 +96,26 @@ export class Play {
     const score = result.info?.score ?? {};
     state.losing = score.cp <= -ResignCp || score.mate < 0 ? state.losing + 1 : 0;
     if (state.losing >= 3) {
-      this.end(`${side === 'w' ? 'Black' : 'White'} wins: Varn resigned.`);
+      this.end(`${otherName(side)} wins: Varn resigned.`);
       return;
     }
     this.onEngineMove(result.bestmove);
+  }
+
+  // The clock of the side to move as it stands now.
+  timeLeft(side) {
+    return this.game.clock[side] - (performance.now() - this.game.turnStart);
   }
 
   tick(game) {
     const state = this.game;
     const turn = game.chess().turn();
     for (const side of ['w', 'b']) {
-      let left = state.clock[side];
-      if (!state.over && side === turn) left -= performance.now() - state.turnStart;
+      const left = !state.over && side === turn ? this.timeLeft(side) : state.clock[side];
       this.el.clocks[side].querySelector('b').textContent = clockText(left);
       this.el.clocks[side].classList.toggle('running', !state.over && side === turn);
     }
-    if (!state.over && state.clock[turn] - (performance.now() - state.turnStart) <= 0) {
-      this.end(`${turn === 'w' ? 'Black' : 'White'} wins on time.`);
-    }
+    if (!state.over && this.timeLeft(turn) <= 0) this.end(`${otherName(turn)} wins on time.`);
   }
 
   // Ends the game with a result text (none when it is abandoned).
@@ -129,7 +133,13 @@ export class Play {
     this.onEnd();
   }
 
+  // Forgets the last game's texts, for a new game on the page.
+  clear() {
+    this.el.result.textContent = '';
+    this.el.playing.textContent = '';
+  }
+
   resign() {
-    if (this.active) this.end(`${this.game.human === 'w' ? 'Black' : 'White'} wins: you resigned.`);
+    if (this.active) this.end(`${otherName(this.game.human)} wins: you resigned.`);
   }
 }

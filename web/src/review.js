@@ -13,10 +13,6 @@ export class Review {
     this.controller = null;
   }
 
-  get running() {
-    return this.controller !== null;
-  }
-
   // Reviews the game with limits ({ depth } or { movetime }); false when it
   // was stopped before the end.
   async run(engine, game, limits) {
@@ -27,7 +23,6 @@ export class Review {
     this.el.progress.hidden = false;
     this.el.progress.max = game.length + 1;
     this.el.progress.value = 0;
-    await engine.newGame();
     const positions = await reviewGame(engine, { fen: game.start, moves: game.moves }, limits, {
       signal: controller.signal,
       onPosition: (index) => { this.el.progress.value = index + 1; },

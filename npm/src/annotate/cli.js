@@ -6,7 +6,7 @@ import { parseArgs } from 'node:util';
 import { fork } from 'node:child_process';
 import { Worker } from 'node:worker_threads';
 import { fileURLToPath } from 'node:url';
-import { readLines, splitGames } from '../pgn.js';
+import { readLines, splitGames, TagLine, Termination } from '../pgn.js';
 import { Progress } from './progress.js';
 
 const Usage = `Usage: varn-annotate [options] [file.pgn ...]   (no file or "-": standard input)
@@ -22,7 +22,6 @@ for mistakes and blunders, and a summary per side in its tags.
   --hash MB           each engine's table (default 32)
   -h, --help          this text`;
 
-const Termination = /(?:1-0|0-1|1\/2-1\/2|\*)\s*$/;
 const WorkerFile = fileURLToPath(new URL('./worker.js', import.meta.url));
 
 function fail(text) {
@@ -37,7 +36,7 @@ function whole(text, name, least) {
   return value;
 }
 
-export function readOptions(argv) {
+function readOptions(argv) {
   const { values, positionals } = parseArgs({
     args: argv,
     allowPositionals: true,
@@ -96,9 +95,9 @@ async function* selectedGames(files, shard, skip = 0) {
   }
 }
 
-async function countGames(files, shard) {
+async function countGames(files, shard, skip) {
   let count = 0;
-  for await (const game of inputGames(files)) if ((game.number - 1) % shard.count === shard.index) count += 1;
+  for await (const _game of selectedGames(files, shard, skip)) count += 1;
   return count;
 }
 
@@ -128,7 +127,10 @@ async function resumePoint(file) {
 // The values of a game's tags that identify it.
 function identity(text) {
   const tags = {};
-  for (const [, name, value] of text.matchAll(/^\[(\w+)\s+"((?:[^"\\]|\\.)*)"\]/gm)) tags[name] = value;
+  for (const line of text.split('\n')) {
+    const tag = TagLine.exec(line.trim());
+    if (tag) tags[tag[1]] = tag[2];
+  }
   return ['Event', 'Round', 'White', 'Black'].map((name) => tags[name] ?? '').join('|');
 }
 
@@ -223,7 +225,7 @@ export async function main(argv, { stderr = process.stderr, workerKind = process
     if (skip) progress.say(`resuming after the ${skip} games ${options.output} holds`);
   }
   if (!options.files.includes('-')) {
-    countGames(options.files, options.shard).then((count) => { progress.total = count - skip; }, () => {});
+    countGames(options.files, options.shard, skip).then((count) => { progress.total = count; }, () => {});
   }
 
   const output = openOutput(options, cut);

@@ -12,5 +12,9 @@ struct VarnExports {
 #undef VARN_SLOT
 };
 
+// The table of a program that links the library in: the exports themselves.
+#define VARN_LINKED_SLOT(name, result, parameters) Varn##name,
+#define VARN_LINKED_EXPORTS {VARN_EXPORTS(VARN_LINKED_SLOT)}
+
 // The exports of the library in use; every slot is set before a session starts.
 extern VarnExports Varn;

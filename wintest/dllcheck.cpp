@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "varn504.h"
+#include "../session/exports.h"
 
 namespace {
 
@@ -18,12 +18,6 @@ constexpr const char *ExportNames[] = {VARN_EXPORTS(VARN_NAME)};
 #undef VARN_NAME
 constexpr int ExportCount = sizeof ExportNames / sizeof ExportNames[0];
 
-// The exports' addresses, typed, as found by name.
-struct Exports {
-#define VARN_SLOT(name, result, parameters) Varn##name##Fn name;
-  VARN_EXPORTS(VARN_SLOT)
-#undef VARN_SLOT
-};
 
 int Failures = 0;
 
@@ -90,7 +84,7 @@ int main(int argc, char **argv) {
         "no decorated names");
   if (Failures) return 1;
 
-  Exports varn{};
+  VarnExports varn{};
   int slot = 0;
 #define VARN_TAKE(name, result, parameters) \
   varn.name = reinterpret_cast<Varn##name##Fn>(reinterpret_cast<void *>(byName[slot++]));

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "../tools/bench_positions.h"
+#include "search.h"
 
 #if defined(__i386__)
 std::atomic<int> ConventionFaults = 0;
@@ -88,9 +89,15 @@ void Check(bool ok, const std::string &what) {
   if (!ok) ++Failures;
 }
 
-double MsSince(Clock::time_point start) {
-  return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+double MsBetween(Clock::time_point from, Clock::time_point to) {
+  return std::chrono::duration<double, std::milli>(to - from).count();
 }
+
+double MsSince(Clock::time_point start) { return MsBetween(start, Clock::now()); }
+
+// The most a search can overrun its clock inside the tree: two time-check
+// intervals at the measured speed.
+double TreeCheckMs(double nodesPerSecond) { return 2.0 * TimeCheckInterval / nodesPerSecond * 1000; }
 
 // What the callbacks received during one search. Depth and nodes come before
 // each line and before each current-move report; only the lines are kept, as
@@ -126,13 +133,13 @@ void ClearReports() {
 // A writable copy of a text for the exports that split it in place.
 std::vector<char> Writable(const char *text) { return std::vector<char>(text, text + std::strlen(text) + 1); }
 
-void SetPosition(const VarnApi &varn, const char *fen) {
+void SetPosition(const VarnExports &varn, const char *fen) {
   std::vector<char> copy = Writable(fen);
   Call(varn.SetPosition, copy.data());
 }
 
 // The getters: the texts, six option lines, the same pointers every call.
-void CheckGetters(const VarnApi &varn) {
+void CheckGetters(const VarnExports &varn) {
   std::printf("= version %s\n= author %s\n", Call(varn.GetVersion), Call(varn.GetAuthor));
   const char *const *list = Call(varn.GetParamList);
   int lines = 0;
@@ -142,7 +149,7 @@ void CheckGetters(const VarnApi &varn) {
 }
 
 // VarnInit's result for table sizes from none to 2048 MB, in kilobytes.
-void CheckInitSizes(const VarnApi &varn) {
+void CheckInitSizes(const VarnExports &varn) {
   const int32_t sizes[] = {-1, 0, 1, 1023, 1024, 2047, 32768, 65535, 262144, 1048575, 1048576, 2000000, 2097152};
   for (int32_t kb : sizes) {
     const int32_t used = Call(varn.Init, &Callbacks, 12345, kb);
@@ -152,7 +159,7 @@ void CheckInitSizes(const VarnApi &varn) {
 
 // Report streams of fixed-depth searches: a game text with a token that names
 // no move (skipped), changed parameters, no legal move and one legal move.
-void CompareStreams(const VarnApi &varn) {
+void CompareStreams(const VarnExports &varn) {
   Call(varn.Init, &Callbacks, 0, 32768);
   struct Stream {
     const char *fen, *moves;
@@ -189,7 +196,7 @@ void CompareStreams(const VarnApi &varn) {
 // The benchmark set through the exports: the signature is the sum of the node
 // counts sent with each search's last line. Returns nodes per second of
 // processor time, which a busy machine disturbs less than the wall clock.
-double Bench(const VarnApi &varn, int depth) {
+double Bench(const VarnExports &varn, int depth) {
   Call(varn.Init, &Callbacks, 0, 32768);
   uint64_t signature = 0;
   int index = 0;
@@ -220,7 +227,7 @@ struct Search {
   Clock::time_point ended;
   std::thread thread;
 
-  Search(const VarnApi &varn, int ponder) {
+  Search(const VarnExports &varn, int ponder) {
     ClearReports();
     thread = std::thread([this, &varn, ponder] {
       result = Call(varn.Analyse, ponder);
@@ -239,7 +246,7 @@ struct Search {
 
 // Stops from the host thread at random moments after the first line report;
 // prints the latencies from VarnStopAnalyse to VarnAnalyse's return.
-void CheckStops(const VarnApi &varn, int stops, double nodesPerSecond) {
+void CheckStops(const VarnExports &varn, int stops, double nodesPerSecond) {
   std::mt19937 random(12345);
   std::uniform_int_distribution<int> delayMs(1, 60);
   std::vector<double> latencies;
@@ -268,7 +275,7 @@ void CheckStops(const VarnApi &varn, int stops, double nodesPerSecond) {
 }
 
 // A ponder search that no clock stops, made timed by VarnPonderingOff.
-void CheckPondering(const VarnApi &varn, double nodesPerSecond) {
+void CheckPondering(const VarnExports &varn, double nodesPerSecond) {
   SetPosition(varn, BenchPositions[8].fen);
   // A 2-second clock: a budget of 2000 / 26 ms, and 6 budgets at most in the
   // tree, which a timed search would have spent long before 1.5 s.
@@ -277,11 +284,10 @@ void CheckPondering(const VarnApi &varn, double nodesPerSecond) {
   const bool pondering = !search.Wait(1500);
   const Clock::time_point off = Clock::now();
   Call(varn.PonderingOff);
-  // The tree checks the clock every 200,000 nodes.
-  const double bound = 6 * 2000 / 26 + 2 * 200000 / nodesPerSecond * 1000 + 500;
+  const double bound = 6 * 2000 / 26 + TreeCheckMs(nodesPerSecond) + 500;
   const bool ended = search.Wait(bound);
   search.Wait(60000);
-  const double after = std::chrono::duration<double, std::milli>(search.ended - off).count();
+  const double after = MsBetween(off, search.ended);
   Check(pondering, "a ponder search with a 2-second clock still runs after 1.5 s");
   char what[160];
   std::snprintf(what, sizeof what, "VarnPonderingOff made it timed: it ended %.0f ms later (bound %.0f ms), result %d",
@@ -290,14 +296,14 @@ void CheckPondering(const VarnApi &varn, double nodesPerSecond) {
 }
 
 // A timed search: 40 moves in 8 s is a budget of 200 ms.
-void CheckTimed(const VarnApi &varn, double nodesPerSecond) {
+void CheckTimed(const VarnExports &varn, double nodesPerSecond) {
   SetPosition(varn, BenchPositions[11].fen);
   Call(varn.SetTime, 40, 8);
   const Clock::time_point start = Clock::now();
   Search search(varn, 0);
-  const double bound = 4 * 200 + 2 * 200000 / nodesPerSecond * 1000 + 500;
+  const double bound = 4 * 200 + TreeCheckMs(nodesPerSecond) + 500;
   search.Wait(60000);
-  const double ms = std::chrono::duration<double, std::milli>(search.ended - start).count();
+  const double ms = MsBetween(start, search.ended);
   char what[160];
   std::snprintf(what, sizeof what, "VarnSetTime 40 moves in 8 s: ended after %.0f ms (bound %.0f ms), depth %d",
                 ms, bound, Seen.depth);
@@ -305,7 +311,7 @@ void CheckTimed(const VarnApi &varn, double nodesPerSecond) {
 }
 
 // VarnQuit gives every block back; a second VarnQuit is harmless.
-void CheckQuit(const VarnApi &varn, const DriveOptions &options) {
+void CheckQuit(const VarnExports &varn, const DriveOptions &options) {
   Call(varn.Init, &Callbacks, 0, 32768);
   const HeapCount held = options.heap();
   Call(varn.Quit);
@@ -318,7 +324,7 @@ void CheckQuit(const VarnApi &varn, const DriveOptions &options) {
 
 }  // namespace
 
-int DriveLibrary(const VarnApi &varn, const DriveOptions &options) {
+int DriveLibrary(const VarnExports &varn, const DriveOptions &options) {
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   CheckGetters(varn);
   CheckInitSizes(varn);

@@ -7,14 +7,7 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "varn504.h"
-
-// The eighteen exports as a host holds them after looking them up.
-struct VarnApi {
-#define VARN_SLOT(name, result, parameters) Varn##name##Fn name;
-  VARN_EXPORTS(VARN_SLOT)
-#undef VARN_SLOT
-};
+#include "../session/exports.h"
 
 // Blocks and bytes the library holds from the C runtime's heap.
 struct HeapCount {
@@ -29,7 +22,7 @@ struct DriveOptions {
 };
 
 // Runs every check, prints one line per result, returns the number failed.
-int DriveLibrary(const VarnApi &api, const DriveOptions &options);
+int DriveLibrary(const VarnExports &api, const DriveOptions &options);
 
 #if defined(__i386__)
 // Calls fn(words[0], ...) with the stack 4 bytes below 16-byte alignment, as a

@@ -273,7 +273,7 @@ const void *ByName(const Image &image, const char *name) {
 }
 
 // The eighteen exports by name, each also at its ordinal, and nothing else.
-bool FindExports(const Image &image, VarnApi &varn) {
+bool FindExports(const Image &image, VarnExports &varn) {
   const auto *e = image.At<const ExportDirectory>(image.header->directories[ExportTable].rva);
   uint32_t ordinal = 0;
   bool found = e->functionCount == 18 && e->nameCount == 18;
@@ -317,7 +317,7 @@ int main(int argc, char **argv) {
   Protect(image, sections);
   std::printf("ok   mapped %zu sections at 0x%08x (preferred 0x%08x), %d relocations applied\n", sections.size(),
               unsigned(reinterpret_cast<uintptr_t>(image.base)), image.header->imageBase, fixups);
-  VarnApi varn;
+  VarnExports varn;
   if (!FindExports(image, varn)) return 1;
 
   int failures = CallEntry(image, ProcessAttach, "process attach");

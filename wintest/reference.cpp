@@ -9,11 +9,7 @@ int main(int argc, char **argv) {
   DriveOptions options;
   if (argc > 1) options.benchDepth = std::atoi(argv[1]);
   if (argc > 2) options.stops = std::atoi(argv[2]);
-  const VarnApi varn = {
-#define VARN_TAKE(name, result, parameters) Varn##name,
-      VARN_EXPORTS(VARN_TAKE)
-#undef VARN_TAKE
-  };
+  const VarnExports varn = VARN_LINKED_EXPORTS;
   const int failures = DriveLibrary(varn, options);
   std::printf("%d failed\n", failures);
   return failures ? 1 : 0;

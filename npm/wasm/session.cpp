@@ -14,11 +14,7 @@
 #include "../../session/session.h"
 
 // The library is linked in: its exports are the functions themselves.
-VarnExports Varn = {
-#define VARN_LINKED(name, result, parameters) Varn##name,
-    VARN_EXPORTS(VARN_LINKED)
-#undef VARN_LINKED
-};
+VarnExports Varn = VARN_LINKED_EXPORTS;
 
 namespace {
 

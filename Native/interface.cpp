@@ -206,14 +206,20 @@ void PlayGameText(const char *text) {
   }
 }
 
+namespace {
+
+// Sets the position from FEN tokens as the host's set-up does: a board the
+// search cannot handle (not one king per side, or the side not to move in
+// check) gives the start position instead.
 void SetUpSearchablePosition(TokenSlot *slots, int count) {
   SetUpFromTokens(slots, count);
   if (InCheck(SideToMove ? Black : White)) SetStartPosition();
 }
 
+}  // namespace
+
 void SetUpPositionText(const char *fen) {
-  static TokenSlot slots[MaxTokens];
-  SetUpSearchablePosition(slots, SplitTokens(fen, slots));
+  SetUpSearchablePosition(HostTokens, SplitTokens(fen, HostTokens));
   ResetSearchState();
   DerivePositionState();
 }

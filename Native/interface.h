@@ -45,13 +45,9 @@ constexpr int LineTextSize = MaxPly * 6 + 8;
 // followed by a blank.
 char *LineText(char *buffer, int kind);
 
-// Sets the position from FEN tokens as the host's set-up does: a board the
-// search cannot handle (not one king per side, or the side not to move in
-// check) gives the start position instead.
-void SetUpSearchablePosition(TokenSlot *slots, int count);
-
-// Sets the position from FEN text as above and derives the search state from
-// it: the one set-up of the tools and the tests (the tables must be built).
+// Sets the position from FEN text as the host's set-up does (a board the
+// search cannot handle gives the start position) and derives the search state
+// from it: the one set-up of the tools and the tests (the tables must be built).
 void SetUpPositionText(const char *fen);
 
 // Game record reader: the legal move a token names (0 for none), playing a

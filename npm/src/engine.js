@@ -30,7 +30,7 @@ export class VarnEngine {
     this.search = null; // the running search: { lines, onInfo, resolve, last }
     this.waiting = []; // [{ word, resolve }] for uciok and readyok
     this.notes = []; // "info string" texts since the last readyok
-    this.benchLines = null;
+    this.benchRun = null; // { lines, finish } while a bench runs
   }
 
   send(line) {
@@ -54,9 +54,9 @@ export class VarnEngine {
       if (option) this.options.set(option.name, option);
     } else if (line.startsWith('id name ')) this.name = line.slice(8);
     else if (line.startsWith('id author ')) this.author = line.slice(10);
-    else if (this.benchLines) {
-      this.benchLines.push(line);
-      if (word === 'nps') this.finishBench();
+    else if (this.benchRun) {
+      this.benchRun.lines.push(line);
+      if (word === 'nps') this.benchRun.finish();
     } else if (word === 'uciok' || word === 'readyok') {
       const at = this.waiting.findIndex((w) => w.word === word);
       if (at >= 0) this.waiting.splice(at, 1)[0].resolve(this.notes.splice(0));
@@ -127,6 +127,8 @@ export class VarnEngine {
     const position = positionCommand(this.fen, this.played);
     const go = goCommand(this.limit);
     const white = whiteToMove(this.fen, this.played);
+    // No await when idle: the search below must claim the engine before any
+    // other call of analyse in the same turn can see it free.
     while (this.search) await this.stop();
     return new Promise((resolve) => {
       this.search = { lines: [], last: null, onInfo, resolve, whiteToMove: white };
@@ -193,11 +195,14 @@ export class VarnEngine {
   async bench(depth) {
     while (this.search) await this.stop();
     const done = new Promise((resolve) => {
-      this.benchLines = [];
-      this.finishBench = () => {
-        const values = Object.fromEntries(this.benchLines.map((line) => line.split(' ')).map(([key, value]) => [key, Number(value)]));
-        this.benchLines = null;
-        resolve({ positions: values.positions, nodes: values.nodes, ms: values.time, nps: values.nps });
+      const lines = [];
+      this.benchRun = {
+        lines,
+        finish: () => {
+          const values = Object.fromEntries(lines.map((line) => line.split(' ')).map(([key, value]) => [key, Number(value)]));
+          this.benchRun = null;
+          resolve({ positions: values.positions, nodes: values.nodes, ms: values.time, nps: values.nps });
+        },
       };
     });
     this.send(`bench ${depth}`);

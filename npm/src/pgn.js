@@ -71,6 +71,16 @@ export async function* splitGames(lines) {
   if (text) yield text;
 }
 
+// Plays a move in coordinates ("e2e4", "e7e8q") on a chess.js game; the
+// chess.js move, or null when it is not legal there.
+export function playCoordinate(chess, text) {
+  try {
+    return chess.move({ from: text.slice(0, 2), to: text.slice(2, 4), promotion: text[4]?.toLowerCase() });
+  } catch {
+    return null;
+  }
+}
+
 // A game's text read: { tags ([name, raw value] in order), start (FEN),
 // moves (chess.js moves: san, lan, before, after, color), comments (FEN
 // after a move -> text), result }. Throws with the reason for a game that
@@ -110,12 +120,7 @@ export function lineSan(fen, moves) {
   const chess = new Chess(fen);
   const parts = [];
   for (const text of moves) {
-    let played = null;
-    try {
-      played = chess.move({ from: text.slice(0, 2), to: text.slice(2, 4), promotion: text[4]?.toLowerCase() });
-    } catch {
-      played = null;
-    }
+    const played = playCoordinate(chess, text);
     if (!played) break;
     const number = chess.moveNumber() - (played.color === 'b' ? 1 : 0);
     if (played.color === 'w') parts.push(`${number}.`);

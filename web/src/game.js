@@ -1,6 +1,7 @@
 // The game on the page: a start position and a line of moves, with a cursor
 // on the position shown. Moves are coordinate texts (e2e4, e7e8q).
 import { Chess } from 'chess.js';
+import { playCoordinate } from 'varn/pgn';
 
 // The engine keeps at most 999 game moves; a longer game is sent to it as
 // the FEN of a later position with the moves after it.
@@ -23,12 +24,8 @@ export class Game {
   // Appends a legal move after the last position; returns its SAN or null.
   push(lan) {
     const chess = this.chess(this.moves.length);
-    let move;
-    try {
-      move = chess.move({ from: lan.slice(0, 2), to: lan.slice(2, 4), promotion: lan[4] });
-    } catch {
-      return null;
-    }
+    const move = playCoordinate(chess, lan);
+    if (!move) return null;
     this.moves.push(move.lan);
     this.sans.push(move.san);
     this.fens.push(chess.fen());
@@ -88,7 +85,7 @@ export class Game {
       chess.setHeader('FEN', this.start);
     }
     for (const [name, value] of Object.entries(headers)) chess.setHeader(name, value);
-    for (const lan of this.moves) chess.move({ from: lan.slice(0, 2), to: lan.slice(2, 4), promotion: lan[4] });
+    for (const lan of this.moves) playCoordinate(chess, lan);
     return chess.pgn();
   }
 }

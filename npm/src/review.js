@@ -65,6 +65,11 @@ export function reviewSummary(scores, whiteFirst = true) {
 // Plies of the better line noted for a mistake or a blunder.
 const BetterLinePlies = 8;
 
+// The Annotator tag's value for a review by engineName with the limits.
+export function annotatorText(engineName, limits) {
+  return `${engineName} (${limits.movetime !== undefined ? `${limits.movetime} ms per position` : `depth ${limits.depth}`})`;
+}
+
 // The notes of a reviewed game for its PGN, the same for the page's export
 // and varn-annotate: per move { nag (the verdict's), comment ([%eval] of the
 // position after it), line (the better line, coordinate moves, for mistakes

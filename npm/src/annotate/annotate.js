@@ -2,13 +2,8 @@
 // searched, and the review's notes (evaluations, verdicts as NAGs, better
 // lines, a summary per side in the tags) added beside everything the game
 // already holds.
-import { reviewGame, reviewNotes } from '../review.js';
+import { annotatorText, reviewGame, reviewNotes } from '../review.js';
 import { addReview, mainline, readGame, writeGame } from '../pgn.js';
-
-// The limits as words for the Annotator tag.
-function limitText(limits) {
-  return limits.movetime !== undefined ? `${limits.movetime} ms per position` : `depth ${limits.depth}`;
-}
 
 // Annotates a game's text. options: limits, keepComments;
 // onPosition() after each position searched. Returns { text, game (the
@@ -24,6 +19,6 @@ export async function annotateGame(engine, text, options, onPosition) {
   const moves = mainline(game).map((node) => node.lan);
   const positions = await reviewGame(engine, { fen: game.root.fen, moves }, options.limits, { onPosition });
   const whiteFirst = game.root.fen.split(' ')[1] === 'w';
-  addReview(game, reviewNotes(positions, moves, whiteFirst, `${engine.name} (${limitText(options.limits)})`));
+  addReview(game, reviewNotes(positions, moves, whiteFirst, annotatorText(engine.name, options.limits)));
   return { text: writeGame(game, { comments: options.keepComments !== false }), game, positions: positions.length };
 }

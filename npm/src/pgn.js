@@ -261,9 +261,13 @@ function unreadable(error, text) {
 }
 
 // Adds a parsed line of moves after parent. root: the game's root, whose
-// first move's leading comments are the game's.
+// first move's leading comments are the game's. A move's leading comments
+// stay its own only where a written game can show them before it: at the
+// start of a variation or after the variations of the move before; elsewhere
+// they follow the move before, as a reader of the written game takes them.
 function buildLine(parent, moves, comments, used, root) {
   let node = parent;
+  let above = null; // node's parent
   for (const move of moves) {
     const text = move.notation.notation;
     if (text === 'Z0') throw new Error(`a null move after ${node.san ?? 'the start'}`);
@@ -274,11 +278,13 @@ function buildLine(parent, moves, comments, used, root) {
     }
     const before = standIns(move.commentMove, comments, used);
     if (node === root && node.children.length === 0) root.comments.push(...before);
-    else child.startComments = before;
+    else if (node.children.length > 0 || (above?.children[0] === node && above.children.length > 1)) child.startComments = before;
+    else node.comments.push(...before);
     child.comments = standIns(move.commentAfter, comments, used);
     child.nags = (move.nag || []).map((nag) => Number(String(nag).slice(1)));
     node.children.push(child);
     for (const variation of move.variations || []) buildLine(node, variation, comments, used, root);
+    above = node;
     node = child;
   }
 }

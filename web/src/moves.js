@@ -2,7 +2,11 @@
 // brackets under the move it replaces, comments in grey, the current move
 // marked and the review's verdicts coloured. Picking a move reports its path
 // (child indices from the start).
-const Symbols = { 1: '!', 2: '?', 3: '!!', 4: '??', 5: '!?', 6: '?!' };
+// NAGs as the symbols players read: move assessments, then positions.
+const Symbols = {
+  1: '!', 2: '?', 3: '!!', 4: '??', 5: '!?', 6: '?!', 7: ' □', 10: ' =', 13: ' ∞', 14: ' ⩲', 15: ' ⩱',
+  16: ' ±', 17: ' ∓', 18: ' +−', 19: ' −+', 22: ' ⨀', 23: ' ⨀', 32: ' ⟳', 33: ' ⟳', 36: ' ↑', 37: ' ↑', 40: ' →', 41: ' →', 44: ' =∞', 45: ' =∞', 132: ' ⇆', 133: ' ⇆', 146: ' N',
+};
 
 const comment = (text) => Object.assign(document.createElement('span'), { className: 'comment', textContent: text });
 

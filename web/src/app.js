@@ -82,11 +82,14 @@ function goMain(ply) {
 }
 
 // A change to the game's tree (undo, promote, delete); a review on it is
-// stopped first.
+// stopped first. The review's graph and colours go with the main line they
+// were drawn for (its notes stay on their moves).
 async function edit(change) {
   if (mode === 'play') return;
   if (mode === 'review') await stopReview();
+  const main = game.mainMoves.join(' ');
   change();
+  if (game.mainMoves.join(' ') !== main) review.clear();
   moved();
 }
 

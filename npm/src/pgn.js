@@ -198,6 +198,8 @@ function takeComments(movetext) {
 
 const isStandIn = (token) => /^\{\d+\}$/.test(token);
 const isNag = (token) => /^(?:\$\d+|[!?]{1,2})$/.test(token);
+// Position assessments older programs write in ASCII, as NAGs.
+const AsciiNags = { '+/=': '$14', '=/+': '$15', '+/-': '$16', '-/+': '$17' };
 
 // The index of the "(" that the ")" at tokens[close] ends.
 function openingOf(tokens, close) {
@@ -210,14 +212,15 @@ function openingOf(tokens, close) {
 }
 
 // Rewrites the movetext tokens into shapes the parser takes without changing
-// what they mean: castling written with zeros, variations with nothing in
-// them, NAGs after a comment, and comments after a variation with no move
-// after them (which belong to the move before the variations).
+// what they mean: castling written with zeros, assessments such as +/=,
+// variations with nothing in them, NAGs after a comment, and comments after a
+// variation with no move after them (which belong to the move before the
+// variations).
 function normalise(tokens) {
   let out = [];
   for (const token of tokens) {
     if (token === ')' && out.at(-1) === '(') out.pop();
-    else out.push(token.replace(/^(\d*\.*)0-0(-0)?(?=[+#!?]*$)/, (_, number, long) => `${number}O-O${long ? '-O' : ''}`));
+    else out.push(AsciiNags[token] ?? token.replace(/^(\d*\.*)0-0(-0)?(?=[+#!?]*$)/, (_, number, long) => `${number}O-O${long ? '-O' : ''}`));
   }
   for (let i = 0; i < out.length; i += 1) {
     if (!isStandIn(out[i])) continue;

@@ -95,13 +95,13 @@ describe('reading what sites and programs export', () => {
     assert.equal(writeGame(online[3].game).split('\n\n')[1], '30... Rd2 $4 31. Re8# 1-0\n');
   });
 
-  test('castling with zeros, a NAG after its comment, an empty variation, a missing result', async () => {
+  test('castling with zeros, a NAG after its comment, +/=, an empty variation, a missing result', async () => {
     const [club, open] = await readAll('edge.pgn');
     const moves = mainline(club.game);
     assert.equal(moves[8].san, 'O-O');
     assert.deepEqual(moves[4 * 2 + 1].comments, [' castling written with zeros']);
     const quiet = moves.find((node) => node.san === 'h3');
-    assert.deepEqual([quiet.nags, quiet.comments], [[1], ['A quiet move.']]);
+    assert.deepEqual([quiet.nags, quiet.comments, moves.find((node) => node.san === 'd4').nags], [[1], ['A quiet move.'], [14]]);
     assert.deepEqual([club.game.result, club.game.tags.slice(0, 5)], ['1/2-1/2', [['Event', 'Club championship'], ['Site', 'Town hall'], ['Round', '3'], ['white', 'a lower-case tag'], ['Board', '7']]]);
     assert.deepEqual([mainline(open.game).length, open.game.result], [3, '*']);
   });

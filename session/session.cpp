@@ -170,9 +170,8 @@ void OnLine(const char *text, int32_t score) {
 // (whose clock does not run while pondering).
 bool StopDue(Clock::time_point now) {
   const SharedState &s = State;
-  const bool clockRuns = !(s.plan.ponder && !s.ponderHit);
-  const bool timeUp = clockRuns && s.plan.stopAfterMs >= 0 &&
-                      now >= s.clockBase + std::chrono::milliseconds(s.plan.stopAfterMs);
+  const int64_t deadline = HostDeadlineMs(s.plan, s.ponderHit);
+  const bool timeUp = deadline >= 0 && now >= s.clockBase + std::chrono::milliseconds(deadline);
   return s.stopRequested || s.nodesReached || s.mateFound || timeUp;
 }
 
@@ -184,8 +183,9 @@ bool StopDueNow() {
 // The deadline after now, if any.
 bool NextDeadline(Clock::time_point now, Clock::time_point &wake) {
   const SharedState &s = State;
-  if (!s.analysing || (s.plan.ponder && !s.ponderHit) || s.plan.stopAfterMs < 0) return false;
-  wake = s.clockBase + std::chrono::milliseconds(s.plan.stopAfterMs);
+  const int64_t deadline = HostDeadlineMs(s.plan, s.ponderHit);
+  if (!s.analysing || deadline < 0) return false;
+  wake = s.clockBase + std::chrono::milliseconds(deadline);
   return wake > now;
 }
 
@@ -198,7 +198,7 @@ void Watchdog() {
     Clock::time_point now = Clock::now();
     if (State.analysing && StopDue(now)) {
       Varn.StopAnalyse();
-      StateChanged.wait_for(lock, std::chrono::milliseconds(5));
+      StateChanged.wait_for(lock, std::chrono::milliseconds(StopRepeatMs));
       continue;
     }
     Clock::time_point wake;
@@ -308,9 +308,7 @@ void RunLevel(const SearchOrder &order) {
     if (complete || scored.empty()) scored = pass;
     if (!complete) break;
     Report.bestDepth = plies + 1;
-    // A deeper pass costs several times this one; start it only when that fits.
-    const int64_t budget = order.plan.budgetMs;
-    if (budget >= 0 && ElapsedSinceGo() * 4 > budget) break;
+    if (!LevelMayDeepen(order.plan, ElapsedSinceGo())) break;
   }
   Report.quiet = false;
   Report.bestLine.clear();
@@ -334,7 +332,7 @@ void RunSearch(SearchOrder order) {
   } else {
     SetLimit(plan);
     result = Analyse(plan.ponder);
-    if (result == 0 && Report.bestLine.empty() && !StopDueNow()) {
+    if (FollowUpDue(result == 0, !Report.bestLine.empty(), StopDueNow())) {
       Varn.SetDepth(MinimumReportedDepth);
       Analyse(false);
     }
@@ -481,9 +479,7 @@ void Go(const GoRequest &request, bool wait) {
     Say("info string depth " + std::to_string(request.depth) + " is searched to depth " +
         std::to_string(MinimumReportedDepth) + ", the least the engine reports");
   order.plan = PlanSearch(request, GameWhiteToMove(), CurrentPlanSettings());
-  // A spent clock leaves no time for a search: answer before the thread and
-  // the library's set-up cost anything.
-  if (order.plan.stopAfterMs == 0 && !order.plan.hold) {
+  if (ClockSpent(order.plan)) {
     AnswerAtOnce(order.hostMove, order.noMoveScore);
     return;
   }

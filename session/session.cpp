@@ -24,6 +24,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// The bestmove of a position without a legal move, as GUIs read it.
+constexpr const char *NoMove = "(none)";
+
 // What the reports of the current go told so far; written by the callbacks,
 // which run on the thread inside VarnAnalyse.
 struct ReportState {
@@ -31,6 +34,7 @@ struct ReportState {
   NodeCounter counter;        // the running VarnAnalyse call's nodes
   uint64_t earlierNodes = 0;  // earlier calls of this go (follow-up, level)
   uint64_t nodes = 0;         // all of this go's nodes so far
+  int64_t nodesMs = 0;        // ms since the go when the library last counted them
   uint64_t lineNodes = 0;     // the running call's count at its last line report
   std::string bestLine;       // last exact line, moves in UCI notation
   int32_t bestDepth = 0;      // its depth and score
@@ -93,9 +97,11 @@ int64_t ElapsedSinceGo() {
   return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - State.goTime).count();
 }
 
-// The words of an info line from depth to score, for a search so far.
+// The words of an info line from depth to score: the nodes the library last
+// counted with the time they took, so the speed is true also when a search
+// ends long after its last report (a deadline, a held bestmove).
 std::string InfoHead(int32_t depth, const std::string &score) {
-  const int64_t ms = ElapsedSinceGo();
+  const int64_t ms = Report.nodesMs;
   const uint64_t nps = Report.nodes * 1000 / uint64_t(std::max<int64_t>(1, ms));
   return "info depth " + std::to_string(depth) + " nodes " + std::to_string(Report.nodes) + " time " +
          std::to_string(ms) + " nps " + std::to_string(nps) + score;
@@ -125,6 +131,7 @@ void OnReserved() {}
 // Node count, sent before every line or root-move report.
 void OnNodes(uint32_t nodes, int32_t, int32_t) {
   Report.nodes = Report.earlierNodes + Report.counter.Add(nodes);
+  Report.nodesMs = ElapsedSinceGo();
 }
 
 // Iteration depth in plies, sent first in every report.
@@ -351,7 +358,7 @@ void RunSearch(SearchOrder order) {
     info = InfoHead(Report.depth, Report.fallbackMove.empty() ? "" : Report.fallbackScore) + " pv " + best;
   }
   if (result != 0 || best.empty()) {
-    best = "0000";
+    best = NoMove;
     ponder.clear();
     info = InfoHead(Report.depth, order.noMoveScore.empty() ? "" : " score " + order.noMoveScore);
   }
@@ -391,10 +398,10 @@ bool StartSearch(const SearchOrder &order) {
 }
 
 // Answers a go without a search: a final info line (with the score text when
-// one is known) and "bestmove move", "0000" when move is "".
+// one is known) and "bestmove move", NoMove when move is "".
 void AnswerAtOnce(const std::string &move, const std::string &score) {
   Say("info depth 0 nodes 0 time 0" + (score.empty() ? "" : " score " + score) + (move.empty() ? "" : " pv " + move));
-  Say("bestmove " + (move.empty() ? "0000" : move));
+  Say("bestmove " + (move.empty() ? NoMove : move));
 }
 
 // The move played when the library reports none in time: the previous

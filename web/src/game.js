@@ -3,10 +3,6 @@
 import { Chess } from 'chess.js';
 import { playCoordinate } from 'varn/pgn';
 
-// The engine keeps at most 999 game moves; a longer game is sent to it as
-// the FEN of a later position with the moves after it.
-const EngineHistoryLimit = 900;
-
 export class Game {
   constructor(start = new Chess().fen(), moves = []) {
     this.start = start;
@@ -51,10 +47,10 @@ export class Game {
     this.cursor = Math.max(0, Math.min(this.moves.length, index));
   }
 
-  // What the engine is given for position `index`: a FEN and the moves from it.
+  // What the engine is given for position `index`: the start and the moves
+  // from it (the engine hands a long game to its library in its own way).
   engineInput(index = this.cursor) {
-    const from = Math.max(0, index - EngineHistoryLimit);
-    return { fen: this.fens[from], moves: this.moves.slice(from, index) };
+    return { fen: this.start, moves: this.moves.slice(0, index) };
   }
 
   // How the game stands at the cursor: null while it goes on.

@@ -71,14 +71,6 @@ describe('the game', () => {
     for (const [game, outcome] of cases) assert.equal(game.outcome(), outcome, game.fen());
   });
 
-  test('long games reach the engine from a later position', () => {
-    const game = new Game(undefined, Array.from({ length: 250 }, () => ['g1f3', 'g8f6', 'f3g1', 'f6g8']).flat());
-    assert.deepEqual(game.engineInput(3), { fen: game.fen(0), moves: ['g1f3', 'g8f6', 'f3g1'] });
-    const input = game.engineInput(1000);
-    assert.equal(input.fen, game.fen(100));
-    assert.equal(input.moves.length, 900);
-  });
-
   test('PGN out reads back, with its start position', () => {
     const game = new Game('4k3/8/8/8/8/8/4P3/4K3 w - - 0 1', ['e2e4', 'e8d7']);
     const back = new Chess();

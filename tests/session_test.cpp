@@ -1,6 +1,6 @@
 // The search session without a host process: the time plan by its
-// properties, what a GUI reads from searches over a scripted stand-in of the
-// library, the options, and mate texts from the real library.
+// properties, and what a GUI reads from searches over a scripted stand-in of
+// the library.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -22,93 +22,61 @@ SearchPlan PlanFor(const std::string &go, bool whiteToMove = true, const PlanSet
   return PlanSearch(ParseGo(SplitWords(go), 0), whiteToMove, settings);
 }
 
-// "go" with White's clock, the other side's clock far from it.
-std::string ClockGo(int64_t clock, int64_t increment, int64_t movesToGo) {
-  return "wtime " + std::to_string(clock) + " btime 3600000 winc " + std::to_string(increment) +
-         " binc 60000 movestogo " + std::to_string(movesToGo);
-}
-
 // Clocks from spent to two hours, ascending, around the edges where the plan
-// changes its mode.
+// changes its mode; increments; moves to the control (0: none).
 constexpr int64_t Clocks[] = {0,    1,    29,   30,   31,    100,   500,   999,    1000,   1029,
                               1030, 1100, 1500, 2000, 10000, 30000, 60000, 180000, 900000, 7200000};
 constexpr int64_t Increments[] = {0, 100, 1000, 5000, 30000};
-constexpr int64_t MovesToGo[] = {0, 1, 2, 3, 4, 10, 40, 80};
-constexpr int Overheads[] = {0, 30, 500};
+constexpr int64_t MovesToGo[] = {0, 80, 40, 10, 4, 3, 2, 1};
 
-TEST(TimePlan, NeverPastTheClockLessTheOverheadAndAFifthOfItPerMove) {
-  for (const int overhead : Overheads) {
-    const PlanSettings settings{PlanSettings().blitzSpeed, overhead};
-    for (const int64_t clock : Clocks)
-      for (const int64_t increment : Increments)
-        for (const int64_t moves : MovesToGo) {
-          const std::string go = ClockGo(clock, increment, moves);
-          const SearchPlan plan = PlanFor(go, true, settings);
-          SCOPED_TRACE(go + ", overhead " + std::to_string(overhead));
+// White's plan for the clock, increment and moves to go at these indices.
+SearchPlan ClockPlan(size_t clock, size_t increment, size_t moves, int overhead = 30, int speed = 26) {
+  return PlanFor("wtime " + std::to_string(Clocks[clock]) + " btime 1000 winc " + std::to_string(Increments[increment]) +
+                     " binc 0 movestogo " + std::to_string(MovesToGo[moves]),
+                 true, {speed, overhead});
+}
+
+TEST(TimePlan, KeepsToTheClockAndGivesMoreForMore) {
+  for (const int overhead : {0, 30, 500})
+    for (size_t c = 0; c < std::size(Clocks); ++c)
+      for (size_t i = 0; i < std::size(Increments); ++i)
+        for (size_t m = 0; m < std::size(MovesToGo); ++m) {
+          const int64_t clock = Clocks[c], increment = Increments[i], moves = MovesToGo[m];
+          const SearchPlan plan = ClockPlan(c, i, m, overhead);
+          SCOPED_TRACE(std::to_string(clock) + " ms + " + std::to_string(increment) + ", moves to go " +
+                       std::to_string(moves) + ", overhead " + std::to_string(overhead));
+          // Never past the clock less the overhead; a fifth of it at most,
+          // more only for the last few moves before a control.
           const int64_t left = std::max<int64_t>(0, clock - overhead);
-          EXPECT_LE(plan.stopAfterMs, left);
           EXPECT_LE(plan.budgetMs, plan.stopAfterMs);
-          EXPECT_FALSE(plan.hold);
+          EXPECT_LE(plan.stopAfterMs, std::min(left, clock / (moves >= 1 && moves <= 3 ? moves : 5) + 1));
           EXPECT_TRUE(clock > overhead || ClockSpent(plan));
-          // Only the last few moves before a control may take more.
-          const int64_t share = moves >= 1 && moves <= 3 ? moves : 5;
-          EXPECT_LE(plan.stopAfterMs, clock / share + 1);
-          // The library's own clock, in whole seconds, is never more than the host's.
+          EXPECT_FALSE(plan.hold);
+          // The library's clock in whole seconds is never more than the host's.
           EXPECT_LE(plan.clockSeconds * int64_t(1000), left);
           EXPECT_LE(plan.incrementSeconds * int64_t(1000), increment);
           EXPECT_TRUE(plan.mode != LimitMode::Blitz || plan.incrementSeconds * int64_t(1000) > increment - 1000);
-          // The same clock on Black's side gives Black the same plan.
-          const SearchPlan black = PlanFor("wtime 3600000 btime " + std::to_string(clock) + " winc 60000 binc " +
-                                               std::to_string(increment) + " movestogo " + std::to_string(moves),
-                                           false, settings);
-          EXPECT_EQ(black.stopAfterMs, plan.stopAfterMs);
-          EXPECT_EQ(black.clockSeconds, plan.clockSeconds);
+          // More clock, more increment or fewer moves to go never give less.
+          if (c > 0) {
+            EXPECT_GE(plan.stopAfterMs, ClockPlan(c - 1, i, m, overhead).stopAfterMs);
+          }
+          if (c > 0) {
+            EXPECT_GE(plan.budgetMs, ClockPlan(c - 1, i, m, overhead).budgetMs);
+          }
+          if (i > 0) {
+            EXPECT_GE(plan.stopAfterMs, ClockPlan(c, i - 1, m, overhead).stopAfterMs);
+          }
+          if (m > 1) {
+            EXPECT_GE(plan.stopAfterMs, ClockPlan(c, i, m - 1, overhead).stopAfterMs);
+          }
+          // The last move before the control spends most of the clock.
+          EXPECT_TRUE(moves != 1 || left < 100 || plan.stopAfterMs > left / 2);
+          // A faster playing speed never gives more.
+          EXPECT_LE(ClockPlan(c, i, m, overhead, 35).stopAfterMs, plan.stopAfterMs);
         }
-  }
-}
-
-TEST(TimePlan, MoreTimeNeverGivesLessAndTheLastMoveBeforeAControlGetsMost) {
-  for (const int64_t increment : Increments)
-    for (const int64_t moves : MovesToGo) {
-      int64_t before = 0, budgetBefore = 0;
-      for (const int64_t clock : Clocks) {
-        const SearchPlan plan = PlanFor(ClockGo(clock, increment, moves));
-        EXPECT_GE(plan.stopAfterMs, before) << ClockGo(clock, increment, moves);
-        EXPECT_GE(plan.budgetMs, budgetBefore) << ClockGo(clock, increment, moves);
-        before = plan.stopAfterMs;
-        budgetBefore = plan.budgetMs;
-      }
-    }
-  for (const int64_t clock : Clocks) {
-    for (const int64_t moves : MovesToGo) {
-      int64_t before = 0;
-      for (const int64_t increment : Increments) {
-        const SearchPlan plan = PlanFor(ClockGo(clock, increment, moves));
-        EXPECT_GE(plan.stopAfterMs, before) << ClockGo(clock, increment, moves);
-        before = plan.stopAfterMs;
-      }
-    }
-    // Fewer moves to the control never give less time; the last one gets
-    // more than half the clock.
-    int64_t after = PlanFor(ClockGo(clock, 0, 80)).stopAfterMs;
-    for (int64_t moves = 79; moves >= 1; --moves) {
-      const int64_t stop = PlanFor(ClockGo(clock, 0, moves)).stopAfterMs;
-      EXPECT_GE(stop, after) << ClockGo(clock, 0, moves);
-      after = stop;
-    }
-    EXPECT_TRUE(clock < 100 || after > clock / 2) << clock;
-  }
-  // The library's playing speed divides a clock among moves in the host's plan too.
-  for (const int64_t clock : Clocks) {
-    int64_t before = PlanFor(ClockGo(clock, 0, 0), true, {25, 30}).stopAfterMs;
-    for (int speed = 26; speed <= 35; ++speed) {
-      const int64_t stop = PlanFor(ClockGo(clock, 0, 0), true, {speed, 30}).stopAfterMs;
-      EXPECT_LE(stop, before) << clock << " at speed " << speed;
-      before = stop;
-    }
-  }
-  EXPECT_LT(PlanFor(ClockGo(60000, 0, 0), true, {35, 30}).stopAfterMs,
-            PlanFor(ClockGo(60000, 0, 0), true, {25, 30}).stopAfterMs);
+  EXPECT_LT(ClockPlan(16, 0, 0, 30, 35).stopAfterMs, ClockPlan(16, 0, 0, 30, 25).stopAfterMs);
+  // Black's clock for Black.
+  EXPECT_EQ(PlanFor("wtime 1000 btime 60000 winc 0 binc 0", false).stopAfterMs, ClockPlan(16, 0, 0).stopAfterMs);
 }
 
 TEST(TimePlan, LimitsAGuiSets) {
@@ -120,21 +88,16 @@ TEST(TimePlan, LimitsAGuiSets) {
   }
   // Depths below the first reported one, beyond the library's last, and the
   // plies a mate in n needs.
-  const struct {
-    const char *go;
-    int depth;
-  } depths[] = {{"depth 0", 5}, {"depth 2", 5}, {"depth 8", 8}, {"depth 40", 31}, {"mate 1", 5},
-                {"mate 4", 7},  {"depth 9 mate 4", 9}, {"mate 20", 31}};
-  for (const auto &d : depths) {
-    EXPECT_EQ(PlanFor(d.go).mode, LimitMode::Depth) << d.go;
-    EXPECT_EQ(PlanFor(d.go).depth, d.depth) << d.go;
-    EXPECT_FALSE(PlanFor(d.go).hold) << d.go;
+  const std::pair<const char *, int> depths[] = {{"depth 0", 5}, {"depth 2", 5},         {"depth 8", 8},
+                                                 {"depth 40", 31}, {"mate 1", 5}, {"mate 4", 7},
+                                                 {"depth 9 mate 4", 9}, {"mate 20", 31}};
+  for (const auto &[go, depth] : depths) {
+    const SearchPlan plan = PlanFor(go);
+    EXPECT_TRUE(plan.mode == LimitMode::Depth && plan.depth == depth && !plan.hold) << go;
   }
   // A depth with a clock keeps to the clock.
   const SearchPlan deep = PlanFor("depth 20 wtime 400 btime 400");
-  EXPECT_EQ(deep.mode, LimitMode::Depth);
-  EXPECT_GE(deep.stopAfterMs, 0);
-  EXPECT_LE(deep.stopAfterMs, 400 / 5);
+  EXPECT_TRUE(deep.mode == LimitMode::Depth && deep.stopAfterMs >= 0 && deep.stopAfterMs <= 400 / 5);
   // Searches without end wait for stop (or ponderhit); a node limit alone does not.
   for (const char *go : {"infinite", "", "ponder wtime 1000 btime 1000", "ponder wtime 10 btime 10",
                          "wtime x btime 9000 movestogo"})
@@ -154,16 +117,15 @@ TEST(TimePlan, RulesWhileASearchRuns) {
   EXPECT_EQ(HostDeadlineMs(PlanFor("infinite"), true), -1);
   // A level deepens while it has time, never once a quarter of its budget is
   // spent, and always without a clock.
-  for (const int64_t clock : Clocks) {
-    const SearchPlan plan = PlanFor(ClockGo(clock, 0, 0));
+  for (size_t c = 0; c < std::size(Clocks); ++c) {
+    const SearchPlan plan = ClockPlan(c, 0, 0);
     bool stopped = false;
-    for (int64_t ms = 0; ms <= clock; ms += 1 + clock / 500) {
+    for (int64_t ms = 0; ms <= Clocks[c]; ms += 1 + Clocks[c] / 500) {
       const bool deeper = LevelMayDeepen(plan, ms);
-      EXPECT_FALSE(deeper && stopped) << clock << " at " << ms;
-      EXPECT_FALSE(deeper && ms * 4 > plan.budgetMs) << clock << " at " << ms;
+      EXPECT_FALSE(deeper && (stopped || ms * 4 > plan.budgetMs)) << Clocks[c] << " at " << ms;
       stopped = !deeper;
     }
-    EXPECT_TRUE(plan.budgetMs < 4 || LevelMayDeepen(plan, 0)) << clock;
+    EXPECT_TRUE(plan.budgetMs < 4 || LevelMayDeepen(plan, 0)) << Clocks[c];
   }
   EXPECT_TRUE(LevelMayDeepen(PlanFor("infinite"), 1000000));
 }
@@ -203,10 +165,6 @@ class ScriptedSession : public testing::Test {
     for (size_t i = 0; i + 1 < words.size(); ++i)
       if (words[i] == word) return std::stoll(words[i + 1]);
     return -1;
-  }
-
-  static void WaitForSearches(int count) {
-    while (FakeSearches < count) std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
 };
 
@@ -362,37 +320,18 @@ TEST_F(ScriptedSession, ANewGameInheritsNeitherTableNorLine) {
   Position("startpos moves e2e4 e7e5");
   FakeScript = {{FakeStep::Pause, 50}};
   EXPECT_EQ(GoAndWait("depth 6"), "bestmove b1c3");
-  // ... but not in a new game, whose table is emptied too.
+  Position("startpos moves d2d4 e7e5");
+  EXPECT_EQ(GoAndWait("depth 6"), "bestmove " + RulesLegalMoves(GameFen())[0]);
+  // ... but not in a new game, whose table is emptied too, as Clear Hash does.
   const int clears = FakeClears;
   NewGame();
-  EXPECT_EQ(FakeClears, clears + 1);
+  SetOption("Clear Hash", "");
+  Ready();
+  EXPECT_EQ(FakeClears, clears + 2);
   Position("startpos moves e2e4 e7e5");
   const std::string first = RulesLegalMoves(GameFen())[0];
   ASSERT_NE(first, "b1c3");
   EXPECT_EQ(GoAndWait("depth 6"), "bestmove " + first);
-}
-
-// Mate texts from both sides, from searches of the real library.
-TEST(MateText, MatesInOneAndTwoForAndAgainstTheSideToMove) {
-  StartRealSession();
-  const struct {
-    const char *fen, *score;
-  } cases[] = {
-      {"6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - 0 1", "mate 1"},
-      {"r2qkb1r/pp2nppp/3p4/2pNN1B1/2BnP3/3P4/PPP2PPP/R2bK2R w KQkq - 1 1", "mate 2"},
-      {"6k1/8/8/8/8/1r6/r7/7K w - - 0 1", "mate -1"},
-      {"7k/8/5K2/8/8/8/8/R7 b - - 0 1", "mate -2"},
-  };
-  for (const auto &c : cases) {
-    Position(std::string("fen ") + c.fen);
-    std::vector<std::string> lines;
-    GoAndWait("depth 8", &lines);
-    std::string last;
-    for (const std::string &line : lines)
-      if (line.rfind("info depth", 0) == 0) last = line;
-    EXPECT_NE(last.find(std::string(" score ") + c.score + " "), std::string::npos) << c.fen << ": " << last;
-  }
-  EndSession();
 }
 
 }  // namespace

@@ -107,14 +107,7 @@ TEST(TimePlan, LimitsAGuiSets) {
   EXPECT_TRUE(ClockSpent(PlanFor("wtime -5")));
 }
 
-TEST(TimePlan, RulesWhileASearchRuns) {
-  // A ponder search's deadline runs only from the ponderhit.
-  const SearchPlan ponder = PlanFor("ponder wtime 60000 btime 60000");
-  const SearchPlan timed = PlanFor("wtime 60000 btime 60000");
-  EXPECT_EQ(HostDeadlineMs(ponder, false), -1);
-  EXPECT_EQ(HostDeadlineMs(ponder, true), timed.stopAfterMs);
-  EXPECT_EQ(HostDeadlineMs(timed, false), timed.stopAfterMs);
-  EXPECT_EQ(HostDeadlineMs(PlanFor("infinite"), true), -1);
+TEST(TimePlan, ALevelDeepensOnlyWhileItHasTime) {
   // A level deepens while it has time, never once a quarter of its budget is
   // spent, and always without a clock.
   for (size_t c = 0; c < std::size(Clocks); ++c) {

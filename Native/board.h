@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "uint64.h"
+#include "varn504.h"
 
 // Colours: every side argument uses this coding (nonzero means White). Where
 // the engine's documentation names a twin by its colour (AttackedByWhite,
@@ -23,10 +24,10 @@ constexpr int RankMirror[2] = {56, 0};
 
 constexpr int Absolute(int x) { return x < 0 ? -x : x; }
 
-// The score scale: every score lies inside +-ScoreInfinite; a side mated at ply
-// p scores p - ScoreInfinite, and scores beyond +-MateThreshold are mates.
-constexpr int ScoreInfinite = 30000;
-constexpr int MateThreshold = 29000;
+// The score scale of the public header: every score lies inside
+// +-ScoreInfinite; mated at ply p scores p - ScoreInfinite.
+constexpr int ScoreInfinite = VARN_SCORE_INFINITE;
+constexpr int MateThreshold = VARN_MATE_THRESHOLD;
 
 // Piece kinds; Black's pieces are the negative codes on the board.
 enum : int { Empty = 0, Pawn = 1, Knight = 2, Bishop = 3, Rook = 4, Queen = 5, King = 6 };
@@ -49,8 +50,8 @@ constexpr int MoveStackSize = 5000;  // logical size of the shared move stack
 // movers per destination square, at most 12 words per promoting pawn), so a
 // list that starts inside the logical stack always fits in the padded array.
 constexpr int MaxListLength = 1536;
-constexpr int GameHistorySize = 1001;  // entry GameMoveCount + 1 after 999 moves
-constexpr int MaxGameMoves = 999;
+constexpr int MaxGameMoves = VARN_MAX_GAME_MOVES;
+constexpr int GameHistorySize = MaxGameMoves + 2;  // entry GameMoveCount + 1 after the last move
 
 // ---------------------------------------------------------------------------
 // Move word: from + 64 to + 4096 piece + 32768 captured + 262144 promotion.

@@ -11,6 +11,16 @@
 extern "C" {
 #endif
 
+/* The score scale of line reports, in centipawns from the side to move's
+   view: a side mated at ply p scores p - VARN_SCORE_INFINITE, and scores
+   beyond VARN_MATE_THRESHOLD either way are mates. */
+#define VARN_SCORE_INFINITE 30000
+#define VARN_MATE_THRESHOLD 29000
+
+/* The most game moves VarnSetGame keeps; later ones are ignored, so a host
+   hands a longer game over as a later position and its last moves. */
+#define VARN_MAX_GAME_MOVES 999
+
 /* The host's callback table, copied by VarnInit; slots 1 and 6 are never
    called. Texts are valid only during the call. */
 typedef struct VarnCallbacks {

@@ -11,6 +11,8 @@
 #   stands for a line break); otherwise the mutant is
 #   reported as not applied. The filter, a grep pattern, picks mutants by name.
 # Build and logs go to build-mutants/ (MUTANT_JOBS sets the parallel jobs, 2 by default).
+# A mutant of a JavaScript file is judged by the package's and the page's unit
+# tests instead, which need no engine build (npm ci in npm/ and web/ first).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 root=$(pwd)
@@ -39,6 +41,18 @@ build_and_test() {
   if ! cmake --build "$build" -j"$jobs" >"$log.build" 2>&1; then return 2; fi
   ctest --test-dir "$build" -j"$jobs" >"$log" 2>&1 && return 0
   return 1
+}
+
+js_tests=(npm/test/units.test.js web/tests/logic.test.js)
+js_checked=""
+test_js() {
+  node --test --test-concurrency=1 "${js_tests[@]}" >"$1" 2>&1
+}
+
+# The failed tests of a node --test log, innermost first, each once; at most three.
+js_caught_by() {
+  grep -E '^ *not ok [0-9]+ - ' "$1" | sort -r | sed 's/^ *not ok [0-9]* - //' | awk '!seen[$0]++' | head -n 3 |
+    paste -sd, - | sed 's/,/, /g'
 }
 
 # The failed tests of a ctest log as Suite.Test, without the instantiation
@@ -80,13 +94,24 @@ while IFS=$'\t' read -r name file original replacement; do
     skipped=$((skipped + 1))
     continue
   fi
+  if [[ $file == *.js && -z $js_checked ]]; then
+    if ! test_js "$work/logs/unchanged-js"; then
+      echo "The JavaScript unit tests do not pass unchanged; see $work/logs/unchanged-js" >&2
+      exit 1
+    fi
+    js_checked=yes
+  fi
   cp "$target" "$backup"
   current=$file
   ORIGINAL=$original REPLACEMENT=$replacement perl -0777 -i -pe 's/\Q$ENV{ORIGINAL}\E/$ENV{REPLACEMENT}/' "$target"
   applied=$((applied + 1))
   log=$work/logs/$name
   status=0
-  build_and_test "$log" || status=$?
+  if [[ $file == *.js ]]; then
+    test_js "$log" || status=1
+  else
+    build_and_test "$log" || status=$?
+  fi
   restore
   case $status in
     0)
@@ -98,7 +123,8 @@ while IFS=$'\t' read -r name file original replacement; do
       unbuilt=$((unbuilt + 1))
       ;;
     *)
-      printf '%-40s | %s\n' "$name" "$(caught_by "$log")"
+      if [[ $file == *.js ]]; then by=$(js_caught_by "$log"); else by=$(caught_by "$log"); fi
+      printf '%-40s | %s\n' "$name" "${by:-failed without a test name; see the log}"
       caught=$((caught + 1))
       ;;
   esac

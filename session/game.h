@@ -5,8 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "../Native/varn504.h"
+
 // The most game moves the library keeps; older ones reach it as a FEN.
-constexpr size_t MaxLibraryMoves = 999;
+constexpr size_t MaxLibraryMoves = VARN_MAX_GAME_MOVES;
 
 // Reads the words after "position" ("startpos" or "fen <fields>", then
 // optionally "moves ..."). Returns what a GUI should be told, one text per

@@ -28,7 +28,7 @@ constexpr StyleMark StyleMarks[] = {
 
 // Scores beyond this many centipawns all count as the same win or loss, so
 // the choice between moves that all win (or all lose) a lot is a free one.
-constexpr int32_t DecidedCp = 1500;
+constexpr int32_t SameOutcomeCp = 1500;
 
 uint64_t RandomState = 0x9e3779b97f4a7c15ull;
 
@@ -43,9 +43,9 @@ uint64_t NextRandom() {
 // A score as a value to compare: mates beyond every other score, sooner ones
 // better for the side that mates.
 int32_t Value(int32_t score) {
-  if (score > MateThreshold) return DecidedCp + 1 + (score - MateThreshold);
-  if (score < -MateThreshold) return -DecidedCp - 1 - (-MateThreshold - score);
-  return std::clamp(score, -DecidedCp, DecidedCp);
+  if (score > MateThreshold) return SameOutcomeCp + 1 + (score - MateThreshold);
+  if (score < -MateThreshold) return -SameOutcomeCp - 1 - (-MateThreshold - score);
+  return std::clamp(score, -SameOutcomeCp, SameOutcomeCp);
 }
 
 int Between(int from, int to, int elo, int low, int high) {

@@ -6,10 +6,11 @@
 #include <string>
 #include <vector>
 
-// The library's score scale: a side mated at ply p scores p - ScoreInfinite,
-// and scores beyond MateThreshold either way are mates.
-constexpr int32_t ScoreInfinite = 30000;
-constexpr int32_t MateThreshold = 29000;
+#include "../Native/varn504.h"
+
+// The library's score scale (its public header's).
+constexpr int32_t ScoreInfinite = VARN_SCORE_INFINITE;
+constexpr int32_t MateThreshold = VARN_MATE_THRESHOLD;
 
 // A line report: its moves in UCI notation and, for a window failure, the
 // bound (" lowerbound" after "m1!", " upperbound" after "m1?"), else "".

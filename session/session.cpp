@@ -24,6 +24,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// The bestmove of a position without a legal move, as GUIs read it.
+constexpr const char *NoMove = "(none)";
+
 // What the reports of the current go told so far; written by the callbacks,
 // which run on the thread inside VarnAnalyse.
 struct ReportState {
@@ -31,6 +34,7 @@ struct ReportState {
   NodeCounter counter;        // the running VarnAnalyse call's nodes
   uint64_t earlierNodes = 0;  // earlier calls of this go (follow-up, level)
   uint64_t nodes = 0;         // all of this go's nodes so far
+  int64_t nodesMs = 0;        // ms since the go when the library last counted them
   uint64_t lineNodes = 0;     // the running call's count at its last line report
   std::string bestLine;       // last exact line, moves in UCI notation
   int32_t bestDepth = 0;      // its depth and score
@@ -93,9 +97,11 @@ int64_t ElapsedSinceGo() {
   return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - State.goTime).count();
 }
 
-// The words of an info line from depth to score, for a search so far.
+// The words of an info line from depth to score: the nodes the library last
+// counted with the time they took, so the speed is true also when a search
+// ends long after its last report (a deadline, a held bestmove).
 std::string InfoHead(int32_t depth, const std::string &score) {
-  const int64_t ms = ElapsedSinceGo();
+  const int64_t ms = Report.nodesMs;
   const uint64_t nps = Report.nodes * 1000 / uint64_t(std::max<int64_t>(1, ms));
   return "info depth " + std::to_string(depth) + " nodes " + std::to_string(Report.nodes) + " time " +
          std::to_string(ms) + " nps " + std::to_string(nps) + score;
@@ -125,6 +131,7 @@ void OnReserved() {}
 // Node count, sent before every line or root-move report.
 void OnNodes(uint32_t nodes, int32_t, int32_t) {
   Report.nodes = Report.earlierNodes + Report.counter.Add(nodes);
+  Report.nodesMs = ElapsedSinceGo();
 }
 
 // Iteration depth in plies, sent first in every report.
@@ -170,9 +177,8 @@ void OnLine(const char *text, int32_t score) {
 // (whose clock does not run while pondering).
 bool StopDue(Clock::time_point now) {
   const SharedState &s = State;
-  const bool clockRuns = !(s.plan.ponder && !s.ponderHit);
-  const bool timeUp = clockRuns && s.plan.stopAfterMs >= 0 &&
-                      now >= s.clockBase + std::chrono::milliseconds(s.plan.stopAfterMs);
+  const int64_t deadline = HostDeadlineMs(s.plan, s.ponderHit);
+  const bool timeUp = deadline >= 0 && now >= s.clockBase + std::chrono::milliseconds(deadline);
   return s.stopRequested || s.nodesReached || s.mateFound || timeUp;
 }
 
@@ -184,8 +190,9 @@ bool StopDueNow() {
 // The deadline after now, if any.
 bool NextDeadline(Clock::time_point now, Clock::time_point &wake) {
   const SharedState &s = State;
-  if (!s.analysing || (s.plan.ponder && !s.ponderHit) || s.plan.stopAfterMs < 0) return false;
-  wake = s.clockBase + std::chrono::milliseconds(s.plan.stopAfterMs);
+  const int64_t deadline = HostDeadlineMs(s.plan, s.ponderHit);
+  if (!s.analysing || deadline < 0) return false;
+  wake = s.clockBase + std::chrono::milliseconds(deadline);
   return wake > now;
 }
 
@@ -198,7 +205,7 @@ void Watchdog() {
     Clock::time_point now = Clock::now();
     if (State.analysing && StopDue(now)) {
       Varn.StopAnalyse();
-      StateChanged.wait_for(lock, std::chrono::milliseconds(5));
+      StateChanged.wait_for(lock, std::chrono::milliseconds(StopRepeatMs));
       continue;
     }
     Clock::time_point wake;
@@ -308,9 +315,7 @@ void RunLevel(const SearchOrder &order) {
     if (complete || scored.empty()) scored = pass;
     if (!complete) break;
     Report.bestDepth = plies + 1;
-    // A deeper pass costs several times this one; start it only when that fits.
-    const int64_t budget = order.plan.budgetMs;
-    if (budget >= 0 && ElapsedSinceGo() * 4 > budget) break;
+    if (!LevelMayDeepen(order.plan, ElapsedSinceGo())) break;
   }
   Report.quiet = false;
   Report.bestLine.clear();
@@ -334,7 +339,7 @@ void RunSearch(SearchOrder order) {
   } else {
     SetLimit(plan);
     result = Analyse(plan.ponder);
-    if (result == 0 && Report.bestLine.empty() && !StopDueNow()) {
+    if (FollowUpDue(result == 0, !Report.bestLine.empty(), StopDueNow())) {
       Varn.SetDepth(MinimumReportedDepth);
       Analyse(false);
     }
@@ -353,7 +358,7 @@ void RunSearch(SearchOrder order) {
     info = InfoHead(Report.depth, Report.fallbackMove.empty() ? "" : Report.fallbackScore) + " pv " + best;
   }
   if (result != 0 || best.empty()) {
-    best = "0000";
+    best = NoMove;
     ponder.clear();
     info = InfoHead(Report.depth, order.noMoveScore.empty() ? "" : " score " + order.noMoveScore);
   }
@@ -393,10 +398,10 @@ bool StartSearch(const SearchOrder &order) {
 }
 
 // Answers a go without a search: a final info line (with the score text when
-// one is known) and "bestmove move", "0000" when move is "".
+// one is known) and "bestmove move", NoMove when move is "".
 void AnswerAtOnce(const std::string &move, const std::string &score) {
   Say("info depth 0 nodes 0 time 0" + (score.empty() ? "" : " score " + score) + (move.empty() ? "" : " pv " + move));
-  Say("bestmove " + (move.empty() ? "0000" : move));
+  Say("bestmove " + (move.empty() ? NoMove : move));
 }
 
 // The move played when the library reports none in time: the previous
@@ -481,9 +486,7 @@ void Go(const GoRequest &request, bool wait) {
     Say("info string depth " + std::to_string(request.depth) + " is searched to depth " +
         std::to_string(MinimumReportedDepth) + ", the least the engine reports");
   order.plan = PlanSearch(request, GameWhiteToMove(), CurrentPlanSettings());
-  // A spent clock leaves no time for a search: answer before the thread and
-  // the library's set-up cost anything.
-  if (order.plan.stopAfterMs == 0 && !order.plan.hold) {
+  if (ClockSpent(order.plan)) {
     AnswerAtOnce(order.hostMove, order.noMoveScore);
     return;
   }

@@ -122,3 +122,15 @@ SearchPlan PlanSearch(const GoRequest &request, bool whiteToMove, const PlanSett
   // The library has no node limit: the host stops it from the reports.
   return plan;
 }
+
+bool ClockSpent(const SearchPlan &plan) { return plan.stopAfterMs == 0 && !plan.hold; }
+
+int64_t HostDeadlineMs(const SearchPlan &plan, bool ponderHit) {
+  return plan.ponder && !ponderHit ? -1 : plan.stopAfterMs;
+}
+
+bool FollowUpDue(bool hadMoves, bool lineReported, bool stopDue) { return hadMoves && !lineReported && !stopDue; }
+
+bool LevelMayDeepen(const SearchPlan &plan, int64_t elapsedMs) {
+  return plan.budgetMs < 0 || elapsedMs * 4 <= plan.budgetMs;
+}

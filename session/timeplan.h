@@ -58,3 +58,27 @@ SearchPlan PlanSearch(const GoRequest &request, bool whiteToMove, const PlanSett
 
 // Shallowest search that reports a line: the library reports from ply 5 on.
 constexpr int MinimumReportedDepth = 5;
+
+// The rules the session asks while a go runs; every time decision of the host
+// is made here.
+
+// A plan that leaves no time to search (a spent clock, not held for a stop or
+// ponderhit) is answered at once, before any set-up costs time.
+bool ClockSpent(const SearchPlan &plan);
+
+// The host's deadline in ms after the clock base (the go, or the ponderhit of
+// a ponder search); -1 while none runs: no deadline, or pondering.
+int64_t HostDeadlineMs(const SearchPlan &plan, bool ponderHit);
+
+// How often the host repeats a stop until the library's search returns: a
+// stop sent just before the library starts its search is cleared by it.
+constexpr int StopRepeatMs = 5;
+
+// A search the library ended before its first line (its own clock ran out)
+// goes on to MinimumReportedDepth, unless it had no move or the host's
+// deadline or a stop came first.
+bool FollowUpDue(bool hadMoves, bool lineReported, bool stopDue);
+
+// A level starts a pass a ply deeper only while it has spent less than a
+// quarter of its budget: each pass costs several times the one before.
+bool LevelMayDeepen(const SearchPlan &plan, int64_t elapsedMs);

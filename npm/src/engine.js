@@ -83,7 +83,7 @@ export class VarnEngine {
     this.search = null;
     const [, best, , ponder] = line.split(/\s+/);
     search.resolve({
-      bestmove: best && best !== '0000' ? best : null,
+      bestmove: best && best !== '(none)' ? best : null,
       ponder: ponder || null,
       info: search.last,
       lines: search.lines,

@@ -15,7 +15,7 @@
 
 // One step of a scripted search.
 struct FakeStep {
-  enum Kind { Nodes, Depth, RootMove, Line, AwaitStop, Pause } kind;
+  enum Kind { Nodes, Depth, RootMove, Line, AwaitStop, Pause, StartSearch } kind;
   uint32_t number;   // nodes, depth, move index or pause in ms
   std::string text;  // root move or line text
   int32_t score;
@@ -28,6 +28,7 @@ inline std::atomic<int> FakeStops{0};        // VarnStopAnalyse calls so far
 inline std::atomic<int> FakePonderOffs{0};   // VarnPonderingOff calls so far
 inline std::atomic<int> FakeSearches{0};     // VarnAnalyse calls so far
 inline std::atomic<int> FakeClears{0};       // VarnClearHashtable calls so far
+inline std::atomic<int> FakeInits{0};        // VarnInit calls so far
 inline std::atomic<int> FakeDepth{0};        // the last VarnSetDepth
 inline std::atomic<bool> FakeTimedOut{false};  // an AwaitStop gave up after 3 s
 inline std::vector<std::string> FakeParams;  // "name=value" of every VarnSetParam
@@ -37,14 +38,16 @@ namespace fake {
 inline std::atomic<bool> Stopped{false};
 inline int32_t Init(const VarnCallbacks *callbacks, int32_t, int32_t hashKb) {
   FakeCallbacks = *callbacks;
+  ++FakeInits;
   return hashKb > 4096 ? 4096 : hashKb;  // a machine with room for 4 MB only
 }
 inline int32_t Analyse(int32_t) {
   ++FakeSearches;
   Stopped = false;
   for (const FakeStep &step : FakeScript) {
-    // As the library does, a stopped search reports nothing more.
-    if (Stopped) return FakeResult;
+    // As the library does, a stopped search reports nothing more, unless
+    // its own start of search clears the stop first.
+    if (Stopped && step.kind != FakeStep::StartSearch) return FakeResult;
     switch (step.kind) {
       case FakeStep::Nodes: FakeCallbacks.ReportNodes(step.number, 0, 0); break;
       case FakeStep::Depth: FakeCallbacks.ReportDepth(int32_t(step.number), 0); break;
@@ -59,6 +62,8 @@ inline int32_t Analyse(int32_t) {
         return FakeResult;
       }
       case FakeStep::Pause: std::this_thread::sleep_for(std::chrono::milliseconds(step.number)); break;
+      // The library's start of search clears a stop that came before it.
+      case FakeStep::StartSearch: Stopped = false; break;
     }
   }
   return FakeResult;
@@ -72,7 +77,8 @@ inline void PonderingOff() { ++FakePonderOffs; }
 
 // The exports of the stand-in; the setters it ignores do nothing.
 inline VarnExports FakeExports() {
-  static const char *const lines[] = {"option name DrawScore type spin default 15 min -50 max 50", nullptr};
+  static const char *const lines[] = {"option name DrawScore type spin default 15 min -50 max 50",
+                                      "option name BlitzPlayingSpeed type spin default 26 min 25 max 35", nullptr};
   const auto nothing = [] {};
   const auto pair = [](int32_t, int32_t) {};
   const auto text = [](char *) {};

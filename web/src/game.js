@@ -5,9 +5,6 @@
 import { Chess } from 'chess.js';
 import { addMove, addReview, mainline, newGame, readGame, withoutVarn, writeGame } from 'varn/pgn';
 
-// The engine keeps at most 999 game moves; a longer game is sent to it as
-// the FEN of a later position with the moves after it.
-const EngineHistoryLimit = 900;
 // Changes that undo can take back.
 const UndoDepth = 100;
 
@@ -127,10 +124,10 @@ export class Game {
     this.select(Array(ply).fill(0));
   }
 
-  // What the engine is given for position `index`: a FEN and the moves from it.
+  // What the engine is given for position `index`: the start and the moves
+  // from it (the engine hands a long game to its library in its own way).
   engineInput(index = this.cursor) {
-    const from = Math.max(0, index - EngineHistoryLimit);
-    return { fen: this.fen(from), moves: this.moves.slice(from, index) };
+    return { fen: this.start, moves: this.moves.slice(0, index) };
   }
 
   // How the game stands at the cursor: null while it goes on.

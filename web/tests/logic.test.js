@@ -97,14 +97,6 @@ describe('the game', () => {
     for (const [game, outcome] of cases) assert.equal(game.outcome(), outcome, game.fen());
   });
 
-  test('long games reach the engine from a later position', () => {
-    const game = played(undefined, Array.from({ length: 250 }, () => ['g1f3', 'g8f6', 'f3g1', 'f6g8']).flat());
-    assert.deepEqual(game.engineInput(3), { fen: game.fen(0), moves: ['g1f3', 'g8f6', 'f3g1'] });
-    const input = game.engineInput(1000);
-    assert.equal(input.fen, game.fen(100));
-    assert.equal(input.moves.length, 900);
-  });
-
   test('PGN out: tags kept, the result the rules give, and the review\'s notes', async () => {
     const { game } = await readPgn('[Event "Club"]\n[Result "*"]\n\n1. f3 {hm} e5 (1... d5) 2. g4 Qh4# *');
     game.setReview({ moves: [null, null, { nag: 4, comment: '[%eval #-1]', line: ['b1c3'] }], tags: [['Annotator', 'Varn']] });

@@ -148,7 +148,9 @@ function begin(options) {
     printErr: function (text) { lastError = text; },
     // The module ends nothing but itself.
     quit: function (status, toThrow) { throw toThrow; },
-    onAbort: function (what) { fail('the engine stopped: ' + (what || lastError || 'abort')); },
+    onAbort: function (what) {
+      fail((conversation ? 'the engine stopped: ' : 'the engine could not be loaded: ') + (what || lastError || 'abort'));
+    },
   };
   // Node: the module's own loader would fetch the file by URL.
   if (inNode) settings.wasmBinary = require('node:fs').readFileSync(folder + name + '.wasm');

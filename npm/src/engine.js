@@ -9,7 +9,8 @@ export class VarnEngine {
   // Loads the engine. options: url (the folder with the engine files, default
   // the package's own), threads (false: the build without threads even where
   // shared memory allows threads), hash (MB), onMessage(text) for the
-  // engine's "info string" notes.
+  // engine's "info string" notes, onFailure(error) when the engine fails
+  // after it started.
   static async start(options = {}) {
     const engine = new VarnEngine(options);
     engine.transport = await openTransport(options, (text) => engine.receive(text), (error) => engine.fail(error));
@@ -27,6 +28,7 @@ export class VarnEngine {
 
   constructor(options) {
     this.onMessage = options.onMessage || null;
+    this.onFailure = options.onFailure || null;
     this.name = '';
     this.author = '';
     this.options = new Map(); // name -> { name, type, default, min, max }
@@ -64,6 +66,7 @@ export class VarnEngine {
     search?.reject(error);
     this.benchRun?.reject(error);
     this.benchRun = null;
+    this.onFailure?.(error);
   }
 
   receive(text) {

@@ -51,7 +51,8 @@ export async function openTransport(options, deliver, onFailure) {
   if (threads && !threadsAvailable()) {
     throw new Error('The page is not cross-origin isolated (it needs the COOP and COEP headers), so the engine cannot run with threads there: leave out threads: true.');
   }
-  const base = globalThis.document?.baseURI ?? globalThis.location?.href;
+  // Node takes a file URL or an absolute path.
+  const base = globalThis.document?.baseURI ?? globalThis.location?.href ?? 'file:///';
   const folder = options.url ? new URL(options.url, base) : new URL(defaultFolder, import.meta.url);
   const host = new URL('varn-host.js', folder.href.endsWith('/') ? folder : `${folder.href}/`);
   const worker = inNode ? await nodeWorker(host, 'varn') : browserWorker(host, 'varn');

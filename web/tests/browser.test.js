@@ -4,7 +4,10 @@
 // with them (its build with threads). Run by scripts/test-web.sh.
 import { after, before, describe, test } from 'node:test';
 import assert from 'node:assert/strict';
-import { mkdirSync } from 'node:fs';
+import { spawnSync } from 'node:child_process';
+import { mkdirSync, mkdtempSync, readFileSync, writeFileSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { chromium } from 'playwright-core';
 import { Chess } from 'chess.js';
@@ -270,5 +273,38 @@ describe('an engine that cannot load', () => {
       assert.match(await board.textContent('#message'), /^The engine is unavailable: /, button);
     }
     await board.close();
+  });
+});
+
+describe('a page as the package\'s README writes it', () => {
+  test('imports the packed package with no build step and analyses on a plain static host', async () => {
+    // The packed package installed into a new project, the README's page beside it.
+    const app = mkdtempSync(join(tmpdir(), 'varn-page-'));
+    const npm = (...args) => {
+      const run = spawnSync('npm', [...args, '--no-audit', '--no-fund', '--loglevel=error'], { cwd: app, encoding: 'utf8' });
+      assert.equal(run.status, 0, run.stderr);
+      return run.stdout;
+    };
+    const tarball = npm('pack', '--ignore-scripts', '--pack-destination', app, `${web}../npm`).trim().split('\n').at(-1);
+    npm('init', '-y');
+    npm('install', '--prefer-offline', join(app, tarball));
+    const readme = readFileSync(`${web}../npm/README.md`, 'utf8');
+    writeFileSync(join(app, 'index.html'), /## Browser[\s\S]*?```html\n([\s\S]*?)```/.exec(readme)[1]);
+    const server = await serve(app);
+    const tab = await browser.newPage();
+    const errors = [];
+    tab.on('pageerror', (error) => errors.push(error.message));
+    try {
+      await tab.goto(server.url);
+      await tab.waitForFunction(() => /^depth ([8-9]|\d\d): /.test(document.querySelector('p')?.textContent ?? ''), null, { timeout: 60000 });
+      await tab.click('button');
+      await tab.waitForFunction(() => document.querySelector('p').textContent.startsWith('Varn plays'));
+      const move = (await tab.textContent('p')).split(' ').at(-1);
+      assert.ok(new Chess('rnbqkbnr/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQKBNR w KQkq - 0 2').moves({ verbose: true }).some((m) => m.lan === move), move);
+      assert.deepEqual(errors, []);
+    } finally {
+      await tab.close();
+      await server.close();
+    }
   });
 });

@@ -11,13 +11,11 @@ import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { chromium } from 'playwright-core';
 import { Chess } from 'chess.js';
-import { serve } from './static-server.js';
+import { chromiumArgs, serve } from './browser-kit.js';
 
 const web = fileURLToPath(new URL('..', import.meta.url));
 const dist = `${web}dist/`;
 const shots = `${web}test-results/`;
-export const chromiumArgs = ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
-  '--disable-background-networking', '--disable-component-update', '--disable-sync'];
 
 let plain, isolated, browser, page;
 

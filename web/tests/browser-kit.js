@@ -1,6 +1,5 @@
-// A plain static file server for the browser tests and the benchmark: files
-// as they are, with or without the two headers that make a page cross-origin
-// isolated. Resolves with { url, close }.
+// What the browser tests and the benchmark share: Chromium's flags, and a
+// plain static file server.
 import { createServer } from 'node:http';
 import { readFile } from 'node:fs/promises';
 import { extname, join, normalize } from 'node:path';
@@ -10,6 +9,11 @@ const types = {
   '.wasm': 'application/wasm', '.json': 'application/json', '.svg': 'image/svg+xml', '.png': 'image/png',
 };
 
+export const chromiumArgs = ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
+  '--disable-background-networking', '--disable-component-update', '--disable-sync'];
+
+// Serves root's files as they are, with or without the two headers that make
+// a page cross-origin isolated. Resolves with { url, close }.
 export function serve(root, { isolated = false } = {}) {
   const server = createServer(async (request, response) => {
     const path = normalize(decodeURIComponent(new URL(request.url, 'http://host').pathname));

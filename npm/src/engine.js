@@ -59,6 +59,11 @@ export class VarnEngine {
   // The engine's worker failed: every pending call rejects with the reason,
   // and so does every later one.
   fail(error) {
+    this.end(error);
+    this.onFailure?.(error);
+  }
+
+  end(error) {
     this.failure = error;
     for (const waiter of this.waiting.splice(0)) waiter.reject(error);
     const search = this.search;
@@ -66,7 +71,6 @@ export class VarnEngine {
     search?.reject(error);
     this.benchRun?.reject(error);
     this.benchRun = null;
-    this.onFailure?.(error);
   }
 
   receive(text) {
@@ -274,11 +278,16 @@ export class VarnEngine {
   }
 
   // Stops any search and unloads the engine; the process or page can then
-  // end. Resolves also after a failure.
+  // end. Resolves also after a failure, and ends an engine that does not
+  // answer its stop within a second all the same.
   async quit() {
-    while (this.search) await this.stop();
+    if (this.search) {
+      let timer;
+      await Promise.race([this.stop(), new Promise((resolve) => { timer = setTimeout(resolve, 1000); })]);
+      clearTimeout(timer);
+    }
     this.send('quit');
     await this.transport.close();
-    this.failure ??= new Error('the engine has quit');
+    if (!this.failure) this.end(new Error('the engine has quit'));
   }
 }

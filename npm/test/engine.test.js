@@ -79,19 +79,6 @@ for (const threads of [true, false]) {
   });
 }
 
-describe('both builds', () => {
-  test('run the same search: equal node counts at a fixed depth', async () => {
-    const counts = [];
-    for (const threads of [true, false]) {
-      const engine = await VarnEngine.start({ threads });
-      counts.push((await engine.bench(5)).nodes);
-      await engine.quit();
-    }
-    assert.ok(counts[0] > 0);
-    assert.equal(counts[0], counts[1]);
-  });
-});
-
 describe('the table (Hash)', () => {
   test('the announced maximum is held; beyond it is clamped with a note; start passes its hash on', async () => {
     const notes = [];

@@ -238,15 +238,9 @@ describe('the analysis board served cross-origin isolated', () => {
   });
   after(() => board?.close());
 
-  test('runs the engine with threads; analysis stops', async () => {
+  test('runs the engine with threads', async () => {
     assert.equal(await board.evaluate(() => crossOriginIsolated), true);
     assert.match(await board.textContent('#engine-status'), /^Varn 504 · WebAssembly · 32 MB table$/);
-    await board.click('#analyse');
-    await board.waitForFunction(() => Number(document.getElementById('pv').dataset.depth) >= 8, null, { timeout: 60000 });
-    await board.click('#analyse');
-    await board.waitForFunction(() => document.getElementById('analyse').textContent === 'Start analysis');
-    await board.setViewportSize({ width: 390, height: 844 });
-    await board.screenshot({ path: `${shots}phone.png`, fullPage: true });
   });
 
   // The benchmark through the page's engine must give the native signature.
@@ -260,8 +254,8 @@ describe('the analysis board served cross-origin isolated', () => {
   });
 });
 
-describe('an engine that cannot load', () => {
-  test('the page says what failed, and the engine buttons say it again', async () => {
+describe('an engine that fails', () => {
+  test('one that cannot load: the page says what failed, and the engine buttons say it again', async () => {
     const board = await openBoard(plain.url, { route: ['**/varn-single.wasm', (request) => request.fulfill({ status: 404, body: '' })] });
     assert.equal(await board.getAttribute('body', 'data-engine'), 'failed');
     assert.equal(await board.textContent('#engine-status'), 'Engine unavailable');
@@ -270,6 +264,24 @@ describe('an engine that cannot load', () => {
       await board.click(button);
       assert.match(await board.textContent('#message'), /^The engine is unavailable: /, button);
     }
+    await board.close();
+  });
+
+  test('one that breaks down during an analysis: the page says so and stays a board', async () => {
+    // The engine's worker script with a fault that strikes a moment after it started.
+    const host = readFileSync(`${dist}engine/varn-host.js`, 'utf8');
+    const fault = '\nsetTimeout(() => { throw new Error("worn out"); }, 2000);\n';
+    const board = await openBoard(plain.url, { route: ['**/varn-host.js', (request) => request.fulfill({ contentType: 'text/javascript', body: host + fault })] });
+    await board.click('#analyse');
+    await board.waitForSelector('body[data-engine=failed]', { timeout: 30000 });
+    assert.equal(await board.textContent('#engine-status'), 'Engine stopped');
+    assert.match(await board.textContent('#message'), /^The engine stopped: .*worn out/);
+    assert.equal(await board.textContent('#analyse'), 'Start analysis');
+    await board.click('#analyse');
+    assert.match(await board.textContent('#message'), /^The engine is unavailable: .*worn out/);
+    await board.fill('#move-input', 'e4');
+    await board.click('#move-form button');
+    assert.equal(await board.locator('#moves li .move').count(), 1, 'moves are still played');
     await board.close();
   });
 });
@@ -300,6 +312,19 @@ describe('a page as the package\'s README writes it', () => {
       const move = (await tab.textContent('p')).split(' ').at(-1);
       assert.ok(new Chess('rnbqkbnr/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQKBNR w KQkq - 0 2').moves({ verbose: true }).some((m) => m.lan === move), move);
       assert.deepEqual(errors, []);
+      // The largest table the engine announces is what it holds, here too.
+      const held = await tab.evaluate(async () => {
+        const { VarnEngine } = await import('varn');
+        const engine = await VarnEngine.start();
+        const { max } = engine.options.get('Hash');
+        const notes = [...(await engine.setOption('Hash', max)), ...(await engine.setOption('Hash', max + 1))];
+        const result = await engine.position('startpos').limits({ depth: 6 }).analyse();
+        await engine.quit();
+        return { max, notes, move: result.bestmove };
+      });
+      assert.equal(held.max, 1024);
+      assert.deepEqual(held.notes, [`option Hash ${held.max + 1} is out of range: set to ${held.max} (1 to ${held.max})`]);
+      assert.ok(held.move);
     } finally {
       await tab.close();
       await server.close();

@@ -3,7 +3,7 @@
 // It loads one of the two builds of the module beside this file and relays
 // UCI lines between it and its owner, so no command blocks the owner and
 // nothing the module does reaches the owner's process or page.
-// In: { start: { threads, pollMs } } once, then { line }.
+// In: { start: { threads } } once, then { line }.
 // Out: { text } (output lines), { started: true, threads } once, and
 // { failed } with the reason when the engine cannot start or fails later.
 /* global importScripts */
@@ -54,38 +54,24 @@ var nextTask = typeof setImmediate === 'function' ? setImmediate : (function () 
 })();
 
 // The module with threads searches on its own threads and keeps its output
-// until read: it is read after each command and every pollMs while a search runs.
-function threadedConversation(module, pollMs) {
-  var searches = 0;
-  var timer = null;
+// until read: it is read after each command and whenever a search thread
+// wrote to it (varnOutputWaiting).
+var threadedModule = null;
+var threadedHooks = {
+  varnOutputWaiting: function () { if (threadedModule) deliver(threadedModule.UTF8ToString(threadedModule._VarnUciRead())); },
+};
 
-  function read() {
-    var text = module.UTF8ToString(module._VarnUciRead());
-    var ends = text.match(/^bestmove /gm);
-    if (ends) searches = Math.max(0, searches - ends.length);
-    deliver(text);
-  }
-
-  function watch() {
-    if (searches > 0 && timer === null) {
-      timer = setInterval(function () { read(); watch(); }, pollMs);
-    } else if (searches === 0 && timer !== null) {
-      clearInterval(timer);
-      timer = null;
-    }
-  }
-
+function threadedConversation(module) {
+  threadedModule = module;
   return {
     start: function () {
       var started = module._VarnUciStart() === 1;
-      read();
+      threadedHooks.varnOutputWaiting();
       return started;
     },
     send: function (line) {
-      if (/^go(\s|$)/.test(line)) searches += 1;
       call(module, line);
-      read();
-      watch();
+      threadedHooks.varnOutputWaiting();
     },
   };
 }
@@ -157,9 +143,9 @@ function begin(options) {
   // The module's threads load the main script by this address: a worker has
   // no script element to tell it.
   else if (threads) settings.mainScriptUrlOrBlob = folder + 'varn.js';
-  if (!threads) Object.assign(settings, singleHooks);
+  Object.assign(settings, threads ? threadedHooks : singleHooks);
   create(settings).then(function (module) {
-    conversation = threads ? threadedConversation(module, options.pollMs || 5) : singleConversation(module);
+    conversation = threads ? threadedConversation(module) : singleConversation(module);
     if (!conversation.start()) {
       fail('the engine could not start');
       return;

@@ -44,7 +44,7 @@ function browserWorker(url, name) {
 
 // Starts the engine's worker. options: url (the folder with the engine files;
 // default the package's own engine folder), threads (default: where
-// available), pollMs. deliver(text) gets the engine's output, onFailure(error)
+// available). deliver(text) gets the engine's output, onFailure(error)
 // a failure after the start. Resolves with { send, close, threads }.
 export async function openTransport(options, deliver, onFailure) {
   const threads = options.threads ?? threadsAvailable();
@@ -82,6 +82,6 @@ export async function openTransport(options, deliver, onFailure) {
         resolve(open);
       }
     }, failed);
-    worker.post({ start: { threads, pollMs: options.pollMs ?? (inNode ? 1 : 5) } });
+    worker.post({ start: { threads } });
   });
 }

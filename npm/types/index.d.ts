@@ -74,8 +74,6 @@ export interface StartOptions {
   onMessage?: (text: string) => void;
   /** The engine failed after it started; every pending and later call rejects with this error. */
   onFailure?: (error: Error) => void;
-  /** The build with threads: how often its output is read during a search (ms; default 1 in Node, 5 in browsers). */
-  pollMs?: number;
 }
 
 export declare class VarnEngine {

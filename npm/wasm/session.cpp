@@ -1,10 +1,14 @@
 // WebAssembly build: the engine, its search session and the UCI protocol in
 // one module. A page, a worker or Node sends UCI command lines and reads the
 // session's output lines. With threads, searches run on the session's own
-// threads, so no call blocks for long and "stop" is heard at once. Without
+// threads, so no call blocks for long and "stop" is heard at once; a line a
+// search writes wakes the module's main thread to hand it on. Without
 // them (VARN_SINGLE_THREAD) a "go" runs on the caller's thread and lets the
 // JavaScript take new lines at the search's clock reads (an Asyncify sleep).
 #include <emscripten/emscripten.h>
+#ifndef VARN_SINGLE_THREAD
+#include <emscripten/threading.h>
+#endif
 
 #include <deque>
 #include <mutex>
@@ -26,9 +30,20 @@ std::string Waiting;  // output lines not yet read, each ended by a newline
 std::string Handed;   // the text of the last read, valid until the next one
 
 #ifndef VARN_SINGLE_THREAD
+// Tells the JavaScript on the module's main thread that output waits.
+EM_JS(void, OutputWaiting, (), { Module["varnOutputWaiting"](); });
+
 void Keep(const std::string &line) {
-  std::lock_guard<std::mutex> guard(WaitingLock);
-  Waiting += line + "\n";
+  bool first = false;
+  {
+    std::lock_guard<std::mutex> guard(WaitingLock);
+    first = Waiting.empty();
+    Waiting += line + "\n";
+  }
+  // The main thread reads after every command; lines a search thread writes
+  // wake it, once until it has read them.
+  if (first && !emscripten_is_main_runtime_thread())
+    emscripten_async_run_in_main_runtime_thread(EM_FUNC_SIG_V, OutputWaiting);
 }
 #endif
 

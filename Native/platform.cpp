@@ -52,6 +52,9 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
 
 // The steady clock, which never goes backwards.
 int64_t SystemClockMs() {
+#ifdef VARN_SINGLE_THREAD
+  OnClockRead();
+#endif
   using namespace std::chrono;
   return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # The npm package varn (npm/): its tests, the annotator's included (two shards
 # run through GNU parallel), then `npm pack` and an install of the packed
-# file into an empty folder, where the README's Node example and
-# varn-annotate run. Installs what it needs (Debian's emscripten, node-acorn,
-# npm and parallel; chess.js from npm).
+# file into a new `npm init` project, where the README's Node example and
+# varn-annotate run and the README's examples type-check under
+# `tsc --strict`. Installs what it needs (Debian's emscripten, node-acorn,
+# npm and parallel; chess.js and typescript from npm).
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 sudo_if_needed() { if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi; }
@@ -32,11 +33,15 @@ tarball=$(npm pack --silent --pack-destination "$work" | tail -1)
 echo "packed: $tarball ($(du -k "$work/$tarball" | cut -f1) KB)"
 mkdir "$work/app"
 cd "$work/app"
-echo '{ "name": "varn-check", "private": true, "type": "module" }' > package.json
+npm init -y >/dev/null
 npm install --no-audit --no-fund --loglevel=error "../$tarball"
+npm install --no-audit --no-fund --loglevel=error --save-dev typescript
 # The README's Node example, exactly as written there.
 awk '/^## Node/ { section = 1 } section && /^```js/ { code = 1; next } code && /^```/ { exit } code' "$root/npm/README.md" > example.mjs
 node example.mjs
+# Both examples against the package's declarations (the browser's is its module script).
+awk '/^## Browser/ { section = 1 } section && /<script type="module">/ { code = 1; next } code && /<\/script>/ { exit } code' "$root/npm/README.md" > page.mjs
+npx tsc --strict --noEmit --allowJs --checkJs --module nodenext --moduleResolution nodenext --target es2022 --lib es2022,dom example.mjs page.mjs
 printf '[Event "Check"]\n\n1. f3 e5 2. g4 Qh4# 0-1\n' | npx varn-annotate --depth 5 --jobs 1 > annotated.pgn
 grep -q '2. g4 \$4 { \[%eval #-1\] }' annotated.pgn || { echo "varn-annotate from the package wrote:"; cat annotated.pgn; exit 1; }
-echo "package check passed: the packed varn installs, runs the README's Node example and varn-annotate"
+echo "package check passed: the packed varn installs, runs the README's Node example and varn-annotate, and its examples type-check"

@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Builds the WebAssembly engine (the npm package varn in npm/) and the
-# analysis page over it, then serves the page locally, cross-origin isolated
-# as the engine needs. Prints the address.
+# analysis page over it into web/dist/, a folder any static server can serve,
+# then serves it locally (cross-origin isolated, so the engine's build with
+# threads runs; without those headers the page runs the build without).
+# Prints the address.
 # Usage: scripts/web.sh [--build-only] [port]
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -22,7 +24,7 @@ cd "$root/web"
 # as they come in their packages.
 rm -rf public/engine public/board-assets
 mkdir -p public/engine
-cp node_modules/varn/engine/varn*.js node_modules/varn/engine/varn.wasm public/engine/
+cp node_modules/varn/engine/varn*.js node_modules/varn/engine/varn*.wasm public/engine/
 cp -r node_modules/cm-chessboard/assets public/board-assets
 npx vite build --logLevel warn
 

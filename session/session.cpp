@@ -1,5 +1,7 @@
 // One "go" at a time: the library's search on its own thread, a watchdog that
 // stops it on the host's deadlines, and the reports turned into UCI lines.
+// Built with VARN_SINGLE_THREAD the search runs on the caller's thread and the
+// watchdog's check runs whenever the search reads the clock.
 #include "session.h"
 
 #include <algorithm>
@@ -8,7 +10,9 @@
 #include <cstdio>
 #include <iterator>
 #include <mutex>
+#ifndef VARN_SINGLE_THREAD
 #include <thread>
+#endif
 
 #include "exports.h"
 #include "game.h"
@@ -82,8 +86,10 @@ ReportState Report;
 SharedState State;
 std::mutex StateLock;
 std::condition_variable StateChanged;
+#ifndef VARN_SINGLE_THREAD
 std::thread SearchThread;
 std::thread WatchdogThread;
+#endif
 std::string PreviousLine;  // the exact line of the search before the current one
 
 // The word at index in a line ("" when missing).
@@ -111,6 +117,10 @@ std::string InfoHead(int32_t depth, const std::string &score) {
 void NoteNodes() {
   std::lock_guard<std::mutex> guard(StateLock);
   if (State.plan.nodeLimit >= 0 && Report.nodes >= uint64_t(State.plan.nodeLimit)) State.nodesReached = true;
+#ifdef VARN_SINGLE_THREAD
+  // No watchdog runs beside the search here: the report stops it itself.
+  if (State.nodesReached) Varn.StopAnalyse();
+#endif
   StateChanged.notify_all();
 }
 
@@ -187,6 +197,19 @@ bool StopDueNow() {
   return StopDue(Clock::now());
 }
 
+// Waits until released() holds: on the condition variable, or without threads
+// by giving the front end turns to take the host's commands.
+template <class Released>
+void WaitUntil(Released released) {
+#ifdef VARN_SINGLE_THREAD
+  while (!released()) HostTurn(true);
+#else
+  std::unique_lock<std::mutex> lock(StateLock);
+  StateChanged.wait(lock, released);
+#endif
+}
+
+#ifndef VARN_SINGLE_THREAD
 // The deadline after now, if any.
 bool NextDeadline(Clock::time_point now, Clock::time_point &wake) {
   const SharedState &s = State;
@@ -216,6 +239,7 @@ void Watchdog() {
     }
   }
 }
+#endif
 
 // One VarnAnalyse call with the watchdog informed; returns its result.
 int32_t Analyse(bool ponder) {
@@ -229,7 +253,14 @@ int32_t Analyse(bool ponder) {
     Report.counter = NodeCounter();
     StateChanged.notify_all();
   }
+#ifdef VARN_SINGLE_THREAD
+  // The library reads no clock while it ponders, and this build hears the host
+  // only at clock reads: it ponders as an endless search instead.
+  if (asPonder) Varn.SetInfinite();
+  const int32_t result = Varn.Analyse(0);
+#else
   const int32_t result = Varn.Analyse(asPonder ? 1 : 0);
+#endif
   {
     std::lock_guard<std::mutex> guard(StateLock);
     State.analysing = false;
@@ -339,15 +370,20 @@ void RunSearch(SearchOrder order) {
   } else {
     SetLimit(plan);
     result = Analyse(plan.ponder);
+#ifdef VARN_SINGLE_THREAD
+    // A ponderhit ended the endless ponder search: search again on the clock,
+    // starting from the table the pondering filled.
+    if (plan.ponder && State.ponderHit && !State.stopRequested) {
+      SetLimit(plan);
+      result = Analyse(false);
+    }
+#endif
     if (FollowUpDue(result == 0, !Report.bestLine.empty(), StopDueNow())) {
       Varn.SetDepth(MinimumReportedDepth);
       Analyse(false);
     }
   }
-  {
-    std::unique_lock<std::mutex> lock(StateLock);
-    StateChanged.wait(lock, [&] { return State.stopRequested || !plan.hold || (plan.ponder && State.ponderHit); });
-  }
+  WaitUntil([&] { return State.stopRequested || !plan.hold || (plan.ponder && State.ponderHit); });
   std::string best = WordAt(Report.bestLine, 0);
   std::string ponder = WordAt(Report.bestLine, 1);
   // The last word before bestmove: the line played, with its depth and score
@@ -372,7 +408,9 @@ void RunSearch(SearchOrder order) {
 // Starts the order on a new search thread (and the watchdog on first use);
 // false when no thread could be started, then nothing was written.
 bool StartSearch(const SearchOrder &order) {
+#ifndef VARN_SINGLE_THREAD
   if (SearchThread.joinable()) SearchThread.join();
+#endif
   if (!Report.bestLine.empty()) PreviousLine = Report.bestLine;
   Report = ReportState();
   {
@@ -385,6 +423,9 @@ bool StartSearch(const SearchOrder &order) {
     State.goTime = Clock::now();
     State.clockBase = State.goTime;
   }
+#ifdef VARN_SINGLE_THREAD
+  RunSearch(order);
+#else
   try {
     if (!WatchdogThread.joinable()) WatchdogThread = std::thread(Watchdog);
     SearchThread = std::thread(RunSearch, order);
@@ -394,6 +435,7 @@ bool StartSearch(const SearchOrder &order) {
     State.active = false;
     return false;
   }
+#endif
   return true;
 }
 
@@ -454,7 +496,9 @@ void EndSession() {
     State.watchdogQuit = true;
     StateChanged.notify_all();
   }
+#ifndef VARN_SINGLE_THREAD
   if (WatchdogThread.joinable()) WatchdogThread.join();
+#endif
   StopEngine();
 }
 
@@ -518,7 +562,12 @@ void PonderHit() {
   State.clockBase = Clock::now();
   // The library's clock starts now too; a search that has not yet entered
   // VarnAnalyse starts without pondering instead.
+#ifdef VARN_SINGLE_THREAD
+  // Here the pondering is an endless search, which ends to search on the clock.
+  if (State.analysing && State.phasePonder) Varn.StopAnalyse();
+#else
   if (State.analysing && State.phasePonder) Varn.PonderingOff();
+#endif
   StateChanged.notify_all();
 }
 
@@ -543,8 +592,22 @@ bool SearchActive() {
 
 void JoinSearch(bool stopFirst) {
   if (stopFirst) Stop();
+#ifndef VARN_SINGLE_THREAD
   if (SearchThread.joinable()) SearchThread.join();
+#endif
 }
+
+#ifdef VARN_SINGLE_THREAD
+void OnClockRead() {
+  // A command taken here may read the clock again (ponderhit).
+  static bool inside = false;
+  if (inside || !State.analysing) return;
+  inside = true;
+  HostTurn(false);
+  if (StopDue(Clock::now())) Varn.StopAnalyse();
+  inside = false;
+}
+#endif
 
 void RunBench(int depth) {
   JoinSearch(true);

@@ -50,6 +50,14 @@ bool SearchActive();
 // Waits for the search thread to end, stopping it first if asked to.
 void JoinSearch(bool stopFirst);
 
+#ifdef VARN_SINGLE_THREAD
+// Without threads a search runs on the caller's thread and hears the host only
+// when it reads the clock: OnClockRead (the platform's hook) gives the front
+// end a turn, HostTurn, to take the host's commands (with wait, until one
+// comes), then stops the search when the host's deadlines or a stop say so.
+void HostTurn(bool wait);
+#endif
+
 // The benchmark through the exports: every position of the set searched to
 // depth (the set's own depth when below 1); prints the node total and speed.
 void RunBench(int depth);

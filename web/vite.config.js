@@ -1,7 +1,8 @@
 import { defineConfig } from 'vite';
 
-// The engine shares memory with the page, which browsers allow only on a
-// cross-origin isolated page: both servers send the two headers for that.
+// Both servers send the two headers that make the page cross-origin
+// isolated, so the engine's build with threads runs there; a server without
+// them gets the build without threads.
 const isolation = {
   'Cross-Origin-Opener-Policy': 'same-origin',
   'Cross-Origin-Embedder-Policy': 'require-corp',

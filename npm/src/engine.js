@@ -1,26 +1,34 @@
-// VarnEngine: the WebAssembly engine behind a small interface. In a browser
-// it runs in a worker, in Node on the module's own threads; either way the
-// engine's search session decides time, stops, the move played and the
-// score, and this class only sends UCI commands and reads the answers.
-import { openTransport } from '#transport';
-import { goCommand, parseInfo, parseOption, positionCommand, whiteToMove } from './uci.js';
+// VarnEngine: the WebAssembly engine behind a small interface. It runs in a
+// worker (a Web Worker, or a worker thread in Node); the engine's search
+// session decides time, stops, the move played and the score, and this class
+// only sends UCI commands and reads the answers.
+import { openTransport } from './transport.js';
+import { goCommand, isRefusal, parseInfo, parseOption, positionCommand, whiteToMove } from './uci.js';
 
 export class VarnEngine {
-  // Loads the engine. options: url (browsers: the folder with the engine
-  // files, default "./engine/"), hash (MB), onMessage(text) for the engine's
-  // "info string" notes.
+  // Loads the engine. options: url (the folder with the engine files, default
+  // the package's own), threads (false: the build without threads even where
+  // shared memory allows threads), hash (MB), onMessage(text) for the
+  // engine's "info string" notes, onFailure(error) when the engine fails
+  // after it started.
   static async start(options = {}) {
     const engine = new VarnEngine(options);
-    engine.transport = await openTransport(options, (text) => engine.receive(text));
-    const uciok = engine.expect('uciok');
-    engine.send('uci');
-    await uciok;
-    if (options.hash) await engine.setOption('Hash', options.hash);
+    engine.transport = await openTransport(options, (text) => engine.receive(text), (error) => engine.fail(error));
+    try {
+      const uciok = engine.expect('uciok');
+      engine.send('uci');
+      await uciok;
+      if (options.hash !== undefined) await engine.setOption('Hash', options.hash);
+    } catch (error) {
+      await engine.transport.close();
+      throw error;
+    }
     return engine;
   }
 
   constructor(options) {
     this.onMessage = options.onMessage || null;
+    this.onFailure = options.onFailure || null;
     this.name = '';
     this.author = '';
     this.options = new Map(); // name -> { name, type, default, min, max }
@@ -28,17 +36,41 @@ export class VarnEngine {
     this.played = [];
     this.limit = {};
     this.search = null; // the running search: { lines, onInfo, resolve, last }
-    this.waiting = []; // [{ word, resolve }] for uciok and readyok
+    this.waiting = []; // [{ word, resolve, reject }] for uciok and readyok
     this.notes = []; // "info string" texts since the last readyok
-    this.benchRun = null; // { lines, finish } while a bench runs
+    this.benchRun = null; // { lines, finish, reject } while a bench runs
+    this.failure = null; // the Error that ended the engine
+  }
+
+  // True when the build with threads runs, false for the one without.
+  get threads() {
+    return Boolean(this.transport?.threads);
   }
 
   send(line) {
-    this.transport.send(line);
+    if (!this.failure) this.transport.send(line);
   }
 
   expect(word) {
-    return new Promise((resolve) => this.waiting.push({ word, resolve }));
+    if (this.failure) return Promise.reject(this.failure);
+    return new Promise((resolve, reject) => this.waiting.push({ word, resolve, reject }));
+  }
+
+  // The engine's worker failed: every pending call rejects with the reason,
+  // and so does every later one.
+  fail(error) {
+    this.end(error);
+    this.onFailure?.(error);
+  }
+
+  end(error) {
+    this.failure = error;
+    for (const waiter of this.waiting.splice(0)) waiter.reject(error);
+    const search = this.search;
+    this.search = null;
+    search?.reject(error);
+    this.benchRun?.reject(error);
+    this.benchRun = null;
   }
 
   receive(text) {
@@ -58,6 +90,8 @@ export class VarnEngine {
       this.benchRun.lines.push(line);
       if (word === 'nps') this.benchRun.finish();
     } else if (word === 'uciok' || word === 'readyok') {
+      // Commands run in order: the notes before a readyok are those of the
+      // commands sent before its isready.
       const at = this.waiting.findIndex((w) => w.word === word);
       if (at >= 0) this.waiting.splice(at, 1)[0].resolve(this.notes.splice(0));
     }
@@ -77,17 +111,29 @@ export class VarnEngine {
     search.onInfo?.(info);
   }
 
+  // A search ends once both its bestmove and the readyok after its go came
+  // (a refused position is answered before that readyok).
   finishSearch(line) {
     const search = this.search;
     if (!search) return;
-    this.search = null;
-    const [, best, , ponder] = line.split(/\s+/);
+    search.bestLine = line;
+    if (search.checked) this.settle(search);
+  }
+
+  settle(search) {
+    if (this.search === search) this.search = null;
+    if (search.refused) {
+      search.reject(new Error(`Varn refused the position: ${search.refused}`));
+      return;
+    }
+    const [, best, , ponder] = search.bestLine.split(/\s+/);
     search.resolve({
       bestmove: best && best !== '(none)' ? best : null,
       ponder: ponder || null,
       info: search.last,
       lines: search.lines,
       whiteToMove: search.whiteToMove,
+      notes: search.notes,
     });
   }
 
@@ -119,9 +165,12 @@ export class VarnEngine {
 
   // Searches the position with the limits; resolves at the engine's
   // bestmove with { bestmove, ponder, info (the last line with a score),
-  // lines (every full line reported), whiteToMove }. A running search is
-  // stopped first. onInfo(info) sees every info line as it comes.
+  // lines (every full line reported), whiteToMove, notes (the engine's notes
+  // on this position and these limits) }. Rejects with the engine's reason
+  // when it refuses the position or a move. A running search is stopped
+  // first. onInfo(info) sees every info line as it comes.
   async analyse(onInfo = null) {
+    if (this.failure) throw this.failure;
     // The position and limits as they are now, whatever is set while the
     // running search ends.
     const position = positionCommand(this.fen, this.played);
@@ -130,10 +179,22 @@ export class VarnEngine {
     // No await when idle: the search below must claim the engine before any
     // other call of analyse in the same turn can see it free.
     while (this.search) await this.stop();
-    return new Promise((resolve) => {
-      this.search = { lines: [], last: null, onInfo, resolve, whiteToMove: white };
+    if (this.failure) throw this.failure;
+    return new Promise((resolve, reject) => {
+      const search = { lines: [], last: null, onInfo, resolve, reject, whiteToMove: white, notes: [], refused: null, checked: false, bestLine: null };
+      this.search = search;
       this.send(position);
       this.send(go);
+      // The readyok after the go brings the notes on the position and the go.
+      this.expect('readyok').then((notes) => {
+        search.notes = notes;
+        search.refused = notes.find(isRefusal) ?? null;
+        search.checked = true;
+        if (search.bestLine) this.settle(search);
+        // A refused move leaves the game before it: that search is no answer.
+        else if (search.refused) this.send('stop');
+      }, () => {});
+      this.send('isready');
     });
   }
 
@@ -142,10 +203,15 @@ export class VarnEngine {
     const search = this.search;
     if (!search) return;
     const done = new Promise((resolve) => {
-      const finish = search.resolve;
+      const { resolve: finish, reject: refuse } = search;
       search.resolve = (result) => {
         finish(result);
         resolve(result);
+      };
+      // A refused or failed search is over too.
+      search.reject = (error) => {
+        refuse(error);
+        resolve();
       };
     });
     this.send('stop');
@@ -194,10 +260,12 @@ export class VarnEngine {
   // its node count is the engine's signature.
   async bench(depth) {
     while (this.search) await this.stop();
-    const done = new Promise((resolve) => {
+    if (this.failure) throw this.failure;
+    const done = new Promise((resolve, reject) => {
       const lines = [];
       this.benchRun = {
         lines,
+        reject,
         finish: () => {
           const values = Object.fromEntries(lines.map((line) => line.split(' ')).map(([key, value]) => [key, Number(value)]));
           this.benchRun = null;
@@ -209,10 +277,17 @@ export class VarnEngine {
     return done;
   }
 
-  // Stops any search and unloads the engine.
+  // Stops any search and unloads the engine; the process or page can then
+  // end. Resolves also after a failure, and ends an engine that does not
+  // answer its stop within a second all the same.
   async quit() {
-    while (this.search) await this.stop();
+    if (this.search) {
+      let timer;
+      await Promise.race([this.stop(), new Promise((resolve) => { timer = setTimeout(resolve, 1000); })]);
+      clearTimeout(timer);
+    }
     this.send('quit');
     await this.transport.close();
+    if (!this.failure) this.end(new Error('the engine has quit'));
   }
 }

@@ -33,6 +33,12 @@ export function parseInfo(line) {
   return info;
 }
 
+// True for a note by which the engine refuses a position or a move; the
+// game it would search then is not the one asked for.
+export function isRefusal(note) {
+  return /^(illegal position|illegal move|position needs)\b/.test(note);
+}
+
 // An "option name ... type ..." line as { name, type, default, min, max }.
 export function parseOption(line) {
   const match = /^option name (.+?) type (\w+)(.*)$/.exec(line.trim());

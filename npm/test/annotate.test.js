@@ -81,6 +81,14 @@ describe('an annotated collection', () => {
     assert.equal(cut.out.trim(), '[Event "Cut"]\n\n1. e4 e5 2. Nf');
   });
 
+  test('--hash reaches the engine: the largest table is held, a larger one clamped with a note', async () => {
+    const run = annotate([...depth, '--jobs', '1', '--hash', '5000'], '[Event "Check"]\n\n1. f3 e5 2. g4 Qh4# 0-1');
+    assert.equal(run.status, 0, run.err);
+    assert.match(run.err, /engine: option Hash 5000 is out of range: set to 1024/);
+    assert.doesNotMatch(run.err, /reduced|failed/);
+    assert.match(flat(run.out), /2\. g4 \$4 \{ \[%eval #-1\] \}/);
+  });
+
   test('bad options are refused with the usage', () => {
     for (const args of [['--shard', '3/2'], ['--jobs', '0'], ['--resume'], ['--depth', '4', '--movetime', '100']]) {
       const run = annotate([...args, collection]);

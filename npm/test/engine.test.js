@@ -1,53 +1,136 @@
-// VarnEngine in Node against the built engine: results paired with their own
-// search, stops answered, the levels' range and notes read from the engine.
+// VarnEngine in Node against the built engine, both builds: results paired
+// with their own search, stops answered, bad input refused with the engine's
+// reason, notes returned by the call that caused them, the Hash range held,
+// and the engine a guest in the user's process (its errors, its exit).
 import { describe, test, before, after } from 'node:test';
 import assert from 'node:assert/strict';
+import { spawnSync } from 'node:child_process';
+import { cpSync, mkdtempSync, appendFileSync, writeFileSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { join } from 'node:path';
+import { fileURLToPath } from 'node:url';
 import { Chess } from 'chess.js';
 import { VarnEngine } from '../src/index.js';
 
-let engine;
-before(async () => {
-  engine = await VarnEngine.start();
-});
-after(() => engine.quit());
-
 const legal = (fen) => new Chess(fen).moves({ verbose: true }).map((m) => m.lan);
+const pause = (ms) => new Promise((resolve) => setTimeout(resolve, ms));
+const entry = new URL('../src/index.js', import.meta.url).href;
+const engineFolder = fileURLToPath(new URL('../engine/', import.meta.url));
 
-describe('VarnEngine', () => {
-  test('searches started one after another each end with a move of their own position', async () => {
-    const positions = ['k7/8/8/8/8/8/8/K6R w - - 0 1', '7k/8/8/8/8/8/8/KR6 b - - 0 1', 'rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1'];
-    // Each analyse stops the search before it; none may take another's answer.
-    const searches = positions.map((fen, i) => engine.position(fen).limits(i === 2 ? { depth: 6 } : {}).analyse());
-    const results = await Promise.all(searches);
-    results.forEach((result, i) => assert.ok(legal(positions[i]).includes(result.bestmove), `${positions[i]}: ${result.bestmove}`));
-    assert.equal(results[2].info.depth >= 6, true);
-    assert.equal(engine.searching, false);
+for (const threads of [true, false]) {
+  describe(`VarnEngine, build ${threads ? 'with' : 'without'} threads`, () => {
+    let engine;
+    before(async () => {
+      engine = await VarnEngine.start({ threads });
+    });
+    after(() => engine.quit());
+
+    test('searches started one after another each end with a move of their own position', async () => {
+      assert.equal(engine.threads, threads);
+      const positions = ['k7/8/8/8/8/8/8/K6R w - - 0 1', '7k/8/8/8/8/8/8/KR6 b - - 0 1', 'rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1'];
+      // Each analyse stops the search before it; none may take another's answer.
+      const searches = positions.map((fen, i) => engine.position(fen).limits(i === 2 ? { depth: 6 } : {}).analyse());
+      const results = await Promise.all(searches);
+      results.forEach((result, i) => assert.ok(legal(positions[i]).includes(result.bestmove), `${positions[i]}: ${result.bestmove}`));
+      assert.equal(results[2].info.depth >= 6, true);
+      assert.equal(engine.searching, false);
+    });
+
+    test('stop ends an endless search with its best move so far', async () => {
+      const search = engine.position('startpos', ['e2e4']).limits({}).analyse();
+      await pause(200);
+      await engine.stop();
+      const result = await search;
+      assert.ok(legal('rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq - 0 1').includes(result.bestmove));
+      assert.equal(result.whiteToMove, false);
+      assert.ok(result.lines.length >= 1 && result.lines.every((line) => line.pv.length && !line.score.bound));
+    });
+
+    test('a position without moves has no best move; mate and stalemate told apart', async () => {
+      const mated = await engine.position('7k/6Q1/6K1/8/8/8/8/8 b - - 0 1').limits({ depth: 6 }).analyse();
+      const stalemate = await engine.position('7k/5Q2/6K1/8/8/8/8/8 b - - 0 1').limits({ depth: 6 }).analyse();
+      assert.deepEqual([mated.bestmove, mated.info.score], [null, { mate: 0 }]);
+      assert.deepEqual([stalemate.bestmove, stalemate.info.score], [null, { cp: 0 }]);
+    });
+
+    test('a refused position or move rejects the search with the reason; notes stay with their call', async () => {
+      const refusals = [
+        [['rnbqkbnr/pppppppp/8/8 w KQkq - 0 1'], /illegal position/],
+        [['4k3/8/8/8/8/8/8/4K2R w K - 0 1', ['e1g1', 'e8d7', 'h1h8']], /illegal move h1h8/],
+        // An endless search of the game before the bad move must not hang.
+        [['startpos', ['e2e4', 'e2e4']], /illegal move e2e4/],
+      ];
+      for (const [position, reason] of refusals) {
+        const limits = position[1] ? {} : { depth: 6 };
+        await assert.rejects(engine.position(...position).limits(limits).analyse(), reason);
+      }
+      // A repaired position is searched; its note comes with that search only.
+      const repaired = await engine.position('4k3/8/8/8/8/8/8/4K3 w KQ - 0 1').limits({ depth: 5 }).analyse();
+      assert.match(repaired.notes.join(' | '), /dropped/);
+      assert.equal(repaired.whiteToMove, true);
+      const notes = await engine.setLevel(engine.levels.min - 100, 7);
+      assert.equal(notes.length, 1, notes.join(' | '));
+      assert.match(notes[0], new RegExp(String(engine.levels.min)));
+      const next = await engine.position('4k3/8/8/8/8/8/8/4K3 b - - 0 1', ['e8d7', 'e1e2']).limits({ depth: 6 }).analyse();
+      assert.deepEqual([next.notes, next.whiteToMove], [[], false]);
+      assert.ok(legal('8/3k4/8/8/8/8/4K3/8 b - - 2 2').includes(next.bestmove));
+      assert.deepEqual(await engine.setLevel(null), []);
+    });
+  });
+}
+
+describe('the table (Hash)', () => {
+  test('the announced maximum is held; beyond it is clamped with a note; start passes its hash on', async () => {
+    const notes = [];
+    const engine = await VarnEngine.start({ threads: false, hash: 5000, onMessage: (note) => notes.push(note) });
+    const { max } = engine.options.get('Hash');
+    assert.match(notes.join(' | '), new RegExp(`Hash 5000 is out of range: set to ${max}`));
+    // The table is made at the next isready: no "reduced" note, and it searches.
+    assert.deepEqual(await engine.ready(), []);
+    const result = await engine.position('startpos').limits({ depth: 6 }).analyse();
+    assert.ok(legal(new Chess().fen()).includes(result.bestmove));
+    await engine.quit();
+  });
+});
+
+describe('a guest in the user\'s Node program', () => {
+  // Runs a module of the user's in a new Node process.
+  const folder = mkdtempSync(join(tmpdir(), 'varn-guest-'));
+  function run(code) {
+    writeFileSync(join(folder, 'main.mjs'), code);
+    return spawnSync(process.execPath, [join(folder, 'main.mjs')], { encoding: 'utf8', timeout: 60000 });
+  }
+
+  test('the user\'s uncaught error is reported by Node as without Varn; quit lets the process end', () => {
+    const fault = 'setTimeout(() => { throw new Error("the user\'s own fault"); }, 50);\n';
+    const alone = run(fault);
+    for (const threads of [true, false]) {
+      const withVarn = run(`import { VarnEngine } from '${entry}';\nawait VarnEngine.start({ threads: ${threads} });\n${fault}`);
+      assert.equal(withVarn.status, 1);
+      assert.equal(withVarn.stdout, '');
+      // The same report, but for the line the fault is on.
+      assert.equal(withVarn.stderr.replace(/main\.mjs:\d+/g, 'main.mjs'), alone.stderr.replace(/main\.mjs:\d+/g, 'main.mjs'));
+      const quits = run(`import { VarnEngine } from '${entry}';\nconst engine = await VarnEngine.start({ threads: ${threads} });\n`
+        + 'engine.position().limits({}).analyse();\nawait engine.quit();\nconsole.log("ended");\n');
+      assert.deepEqual([quits.status, quits.stdout, quits.stderr], [0, 'ended\n', '']);
+    }
   });
 
-  test('stop ends an endless search with its best move so far', async () => {
-    const search = engine.position('startpos', ['e2e4']).limits({}).analyse();
-    await new Promise((resolve) => setTimeout(resolve, 200));
-    await engine.stop();
-    const result = await search;
-    assert.ok(legal('rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq - 0 1').includes(result.bestmove));
-    assert.equal(result.whiteToMove, false);
-    assert.ok(result.lines.length >= 1 && result.lines.every((line) => line.pv.length && !line.score.bound));
-  });
-
-  test('a position without moves has no best move; mate and stalemate told apart', async () => {
-    const mated = await engine.position('7k/6Q1/6K1/8/8/8/8/8 b - - 0 1').limits({ depth: 6 }).analyse();
-    const stalemate = await engine.position('7k/5Q2/6K1/8/8/8/8/8 b - - 0 1').limits({ depth: 6 }).analyse();
-    assert.deepEqual([mated.bestmove, mated.info.score], [null, { mate: 0 }]);
-    assert.deepEqual([stalemate.bestmove, stalemate.info.score], [null, { cp: 0 }]);
-  });
-
-  test('levels: the range comes from the engine, values outside it are clamped with a note', async () => {
-    const { min, max } = engine.levels;
-    assert.deepEqual([engine.options.get('UCI_Elo').min, engine.options.get('UCI_Elo').max], [min, max]);
-    const notes = await engine.setLevel(min - 100, 7);
-    assert.ok(notes.some((note) => note.includes(String(min))), notes.join(' | '));
-    const move = await engine.position('startpos').limits({ depth: 6 }).analyse();
-    assert.ok(legal(new Chess().fen()).includes(move.bestmove));
-    assert.deepEqual(await engine.setLevel(null), []);
+  test('an engine that fails rejects the pending and later calls; nothing hangs', async () => {
+    // A copy of the engine whose worker breaks down a moment after it started.
+    const broken = mkdtempSync(join(tmpdir(), 'varn-broken-'));
+    cpSync(engineFolder, broken, { recursive: true });
+    appendFileSync(join(broken, 'varn-host.js'), '\nsetTimeout(() => { throw new Error("worn out"); }, 1500);\n');
+    const failures = [];
+    const engine = await VarnEngine.start({ url: broken, threads: false, onFailure: (error) => failures.push(error) });
+    const search = engine.position('startpos').limits({}).analyse();
+    await assert.rejects(search, /worn out/);
+    await assert.rejects(engine.ready(), /worn out/);
+    await assert.rejects(engine.position('startpos').limits({ depth: 5 }).analyse(), /worn out/);
+    assert.equal(failures.length, 1);
+    await engine.quit();
+    // An engine that cannot load rejects its start.
+    writeFileSync(join(broken, 'varn-single.wasm'), 'not WebAssembly');
+    await assert.rejects(VarnEngine.start({ url: broken, threads: false }), /could not be loaded/);
   });
 });

@@ -51,6 +51,8 @@ export interface SearchResult {
   lines: Info[];
   /** Whether White was to move in the searched position. */
   whiteToMove: boolean;
+  /** The engine's notes on this position and these limits (a field of the FEN dropped). */
+  notes: string[];
 }
 
 export interface UciOption {
@@ -62,19 +64,23 @@ export interface UciOption {
 }
 
 export interface StartOptions {
-  /** Browsers: the folder holding the engine files (default "./engine/"). */
+  /** The folder holding the engine files (default: the package's own); in Node a file URL or an absolute path. */
   url?: string | URL;
-  /** The hash table in MB. */
+  /** false: the build without threads even where the one with threads could run (default: threads where memory can be shared). */
+  threads?: boolean;
+  /** The hash table in MB, 1 to 1024 (more is clamped, with a note). */
   hash?: number;
   /** The engine's notes ("info string"). */
   onMessage?: (text: string) => void;
-  /** Node: how often the engine's output is read during a search (ms, default 1). */
-  pollMs?: number;
+  /** The engine failed after it started; every pending and later call rejects with this error. */
+  onFailure?: (error: Error) => void;
 }
 
 export declare class VarnEngine {
-  /** Loads the engine: in a browser in a worker (the page must be cross-origin isolated). */
+  /** Loads the engine into a worker (a worker thread in Node). */
   static start(options?: StartOptions): Promise<VarnEngine>;
+  /** True when the build with threads runs, false for the one without. */
+  readonly threads: boolean;
   readonly name: string;
   readonly author: string;
   readonly options: Map<string, UciOption>;
@@ -87,7 +93,7 @@ export declare class VarnEngine {
   moves(list: string[]): this;
   /** The limits of the next searches; {} searches until stop(). */
   limits(limits?: Limits): this;
-  /** Searches; resolves at the engine's bestmove. A running search is stopped first. */
+  /** Searches; resolves at the engine's bestmove, rejects with the engine's reason for a refused position or move. A running search is stopped first. */
   analyse(onInfo?: (info: Info) => void): Promise<SearchResult>;
   /** Ends the running search; resolves once the engine has answered. */
   stop(): Promise<void>;

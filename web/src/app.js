@@ -13,6 +13,7 @@ import './style.css';
 
 const $ = (id) => document.getElementById(id);
 let engine = null;
+let engineError = null; // why the engine is not there: it failed to load or stopped
 let game = new Game();
 let mode = 'idle'; // idle, analysis, play or review
 
@@ -196,7 +197,7 @@ $('export-pgn').onclick = () => {
 $('new-game').onclick = () => newGame();
 
 $('analyse').onclick = async () => {
-  if (!engine) return say('The engine is still loading.');
+  if (!engine) return say(engineMissing());
   if (mode === 'analysis') return stopAnalysis();
   if (mode !== 'idle') return say('Finish the game or the review first.');
   mode = 'analysis';
@@ -204,7 +205,7 @@ $('analyse').onclick = async () => {
 };
 
 $('play').onclick = async () => {
-  if (!engine) return say('The engine is still loading.');
+  if (!engine) return say(engineMissing());
   await stopAnalysis();
   await stopReview();
   if (mode === 'play') await play.end('Game abandoned.');
@@ -227,7 +228,7 @@ $('play').onclick = async () => {
 $('resign').onclick = () => play.resign();
 
 $('review').onclick = async () => {
-  if (!engine) return say('The engine is still loading.');
+  if (!engine) return say(engineMissing());
   if (mode === 'review') return stopReview();
   if (mode === 'play') return say('Finish the game first.');
   const moves = game.mainMoves;
@@ -251,16 +252,43 @@ $('review').onclick = async () => {
 
 // ---- Start-up -----------------------------------------------------------------
 
+function engineMissing() {
+  return engineError ? `The engine is unavailable: ${engineError.message}` : 'The engine is still loading.';
+}
+
+// The engine failed after it had started: the page says so and stays usable
+// as a board.
+function engineFailed(error) {
+  engineError = error;
+  const ending = { play: () => play.end('Game abandoned: the engine stopped.'), analysis: () => analysis.stop() }[mode];
+  engine = null;
+  mode = 'idle';
+  // Their calls to the engine now reject at once; the reason is shown below.
+  ending?.().catch(() => {});
+  analysis.clear(`The engine stopped: ${error.message}`);
+  $('engine-status').textContent = 'Engine stopped';
+  document.body.dataset.engine = 'failed';
+  say(`The engine stopped: ${error.message}`);
+  show();
+}
+
 show();
 try {
-  engine = await VarnEngine.start({ url: new URL('engine/', document.baseURI), onMessage: (text) => console.info(`Varn: ${text}`) });
+  engine = await VarnEngine.start({
+    url: new URL('engine/', document.baseURI),
+    onMessage: (text) => console.info(`Varn: ${text}`),
+    onFailure: engineFailed,
+  });
   const hash = engine.options.get('Hash')?.default;
-  $('engine-status').textContent = `${engine.name} · WebAssembly · ${hash} MB table`;
+  // Without shared memory (no isolation headers) the engine runs without threads.
+  $('engine-status').textContent = `${engine.name} · WebAssembly${engine.threads ? '' : ' (one thread)'} · ${hash} MB table`;
   play.offerLevels(engine.levels);
   document.body.dataset.engine = 'ready';
   // For the browser tests: the engine's benchmark through this page.
   window.varnBench = (depth) => engine.bench(depth);
 } catch (error) {
+  engineError = error;
   $('engine-status').textContent = 'Engine unavailable';
-  say(error.message);
+  document.body.dataset.engine = 'failed';
+  say(`The engine could not be loaded: ${error.message}`);
 }

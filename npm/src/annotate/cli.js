@@ -134,8 +134,8 @@ function identity(text) {
   return ['Event', 'Round', 'White', 'Black'].map((name) => tags[name] ?? '').join('|');
 }
 
-// One worker with its own engine.
-async function startWorker(kind, options, onPosition) {
+// One worker with its own engine; onNote(text) gets the engine's notes.
+async function startWorker(kind, options, onPosition, onNote) {
   const child = kind === 'process'
     ? fork(WorkerFile, [], { stdio: ['ignore', 'ignore', 'inherit', 'ipc'] })
     : new Worker(WorkerFile);
@@ -143,6 +143,7 @@ async function startWorker(kind, options, onPosition) {
   let answer = null;
   child.on('message', (message) => {
     if (message.position) onPosition();
+    else if (message.note) onNote(message.note);
     else if (message.failed) answer?.reject(new Error(`a worker failed: ${message.failed}`));
     else answer?.resolve(message);
   });
@@ -275,7 +276,14 @@ export async function main(argv, { stderr = process.stderr, workerKind = process
   };
 
   try {
-    for (let i = 0; i < options.jobs; i += 1) workers.push(await startWorker(workerKind, options, () => progress.positionDone()));
+    // Every worker's engine says the same of the options: each note once.
+    const notes = new Set();
+    const onNote = (note) => {
+      if (notes.has(note)) return;
+      notes.add(note);
+      progress.say(`engine: ${note}`);
+    };
+    for (let i = 0; i < options.jobs; i += 1) workers.push(await startWorker(workerKind, options, () => progress.positionDone(), onNote));
     await Promise.all(workers.map(feed));
   } catch (error) {
     if (stopping) return 130;

@@ -1,7 +1,8 @@
 // An annotation worker: its own engine, one game at a time. Runs as a worker
 // thread or as a child process; messages in: { options } first, then
-// { seq, text }; out: { ready }, { position } after each position searched,
-// and { seq, text, positions, error } for each game.
+// { seq, text }; out: { note } with the engine's notes at its start,
+// { ready }, { position } after each position searched, and
+// { seq, text, positions, error } for each game.
 import { parentPort } from 'node:worker_threads';
 import { VarnEngine } from '../engine.js';
 import { annotateGame } from './annotate.js';
@@ -20,7 +21,9 @@ port.on((message) => {
   queue = queue.then(async () => {
     if (message.options) {
       options = message.options;
-      engine = await VarnEngine.start({ hash: options.hash });
+      // The engine's notes at its start (a Hash clamped or reduced) go to the user.
+      engine = await VarnEngine.start({ hash: options.hash, onMessage: (note) => port.send({ note }) });
+      engine.onMessage = null;
       port.send({ ready: true });
     } else if (message.quit) {
       await engine?.quit();

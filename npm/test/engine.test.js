@@ -41,6 +41,33 @@ describe('VarnEngine', () => {
     assert.deepEqual([stalemate.bestmove, stalemate.info.score], [null, { cp: 0 }]);
   });
 
+  test('several lines: each report carries its number, the result the last depth\'s lines; searchmoves', async () => {
+    const fen = 'r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - 2 3';
+    assert.deepEqual(await engine.setOption('MultiPV', 3), []);
+    const seen = [];
+    const result = await engine.position(fen).limits({ depth: 7 }).analyse((info) => { if (info.pv) seen.push(info.multipv); });
+    assert.deepEqual(result.pvs.map((line) => [line.depth, line.multipv]), [[7, 1], [7, 2], [7, 3]]);
+    assert.equal(new Set(result.pvs.map((line) => line.pv[0])).size, 3);
+    assert.equal(result.bestmove, result.pvs[0].pv[0]);
+    assert.deepEqual(seen.slice(0, 3), [1, 2, 3]);
+    const chosen = await engine.limits({ depth: 6, searchmoves: ['a2a3', 'h2h3'] }).analyse();
+    assert.deepEqual(chosen.pvs.map((line) => line.pv[0]).sort(), ['a2a3', 'h2h3']);
+    await engine.setOption('MultiPV', 1);
+    const one = await engine.limits({ depth: 6 }).analyse();
+    assert.deepEqual(one.pvs.map((line) => line.multipv), [1]);
+  });
+
+  test('a position as the engine takes it: repaired fields named, a refusal with its reason', async () => {
+    assert.deepEqual(await engine.readPosition('r3k2r/8/8/8/8/8/8/4K3 w KQkq e6 0 1'), {
+      fen: 'r3k2r/8/8/8/8/8/8/4K3 w kq - 0 1',
+      notes: ['position: dropped castling right K (its king or rook is not at home)',
+        'position: dropped castling right Q (its king or rook is not at home)',
+        'position: dropped en passant square e6 (no pawn has just passed it)'],
+    });
+    assert.equal((await engine.readPosition('startpos', ['e2e4', 'e7e5'])).fen, 'rnbqkbnr/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQKBNR w KQkq - 0 2');
+    assert.deepEqual(await engine.readPosition('8/8/8/8/8/8/8/K7 w - - 0 1'), { fen: null, notes: ['illegal position: each side needs exactly one king'] });
+  });
+
   test('levels: the range comes from the engine, values outside it are clamped with a note', async () => {
     const { min, max } = engine.levels;
     assert.deepEqual([engine.options.get('UCI_Elo').min, engine.options.get('UCI_Elo').max], [min, max]);

@@ -25,6 +25,13 @@ export class MoveList {
       items.push(item);
     }
     this.list.replaceChildren(...items);
-    this.list.querySelector('.current')?.scrollIntoView({ block: 'nearest' });
+    // The list scrolls to the current move; the page itself does not move.
+    const current = this.list.querySelector('.current');
+    if (current) {
+      const { top, bottom } = current.getBoundingClientRect();
+      const box = this.list.getBoundingClientRect();
+      if (top < box.top) this.list.scrollTop -= box.top - top;
+      else if (bottom > box.bottom) this.list.scrollTop += bottom - box.bottom;
+    }
   }
 }

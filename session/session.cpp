@@ -335,11 +335,20 @@ void RunLines(const SearchOrder &order) {
     if (State.plan.mateMoves >= 0) NoteMate(lines[0].score);
   };
   Report.quiet = true;
+  // The library's own best move at the fewest plies leads the first pass, and
+  // is played when no pass got far enough to score a move.
+  Varn.SetDepth(MinimumReportedDepth);
+  Analyse(false);
+  const std::string lead = WordAt(Report.bestLine, 0);
+  std::vector<RootChild> children = order.children;
+  const auto at = std::find_if(children.begin(), children.end(), [&](const RootChild &c) { return c.move == lead; });
+  if (at != children.end()) std::rotate(children.begin(), at, at + 1);
   int depth = 0;
-  Report.lines = SearchLines(order.children, request, depth);
+  Report.lines = SearchLines(children, request, depth);
   Report.quiet = false;
   Report.bestLine.clear();
-  Report.fallbackMove.clear();
+  Report.fallbackMove = at != children.end() ? lead : "";
+  Report.fallbackScore.clear();
   if (Report.lines.empty()) return;
   Report.bestLine = Report.lines[0].line;
   Report.bestScore = Report.lines[0].score;

@@ -88,12 +88,13 @@ int64_t ElapsedSinceGo() {
   return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - State.goTime).count();
 }
 
-// The words of an info line from depth to score, for a search so far.
-std::string InfoHead(int32_t depth, const std::string &score) {
+// The words of an info line from depth to score, for a search so far; line
+// is the line's number among several (0: one line only).
+std::string InfoHead(int32_t depth, const std::string &score, size_t line = 0) {
   const int64_t ms = ElapsedSinceGo();
   const uint64_t nps = Report.nodes * 1000 / uint64_t(std::max<int64_t>(1, ms));
-  return "info depth " + std::to_string(depth) + " nodes " + std::to_string(Report.nodes) + " time " +
-         std::to_string(ms) + " nps " + std::to_string(nps) + score;
+  return "info depth " + std::to_string(depth) + (line ? " multipv " + std::to_string(line) : "") + " nodes " +
+         std::to_string(Report.nodes) + " time " + std::to_string(ms) + " nps " + std::to_string(nps) + score;
 }
 
 // Tells the watchdog when a report reached the plan's node limit.
@@ -303,11 +304,7 @@ void RunLevel(const SearchOrder &order) {
 
 // The info line of line number index at depth.
 std::string LineInfo(int depth, size_t index, const ScoredMove &line) {
-  const int64_t ms = ElapsedSinceGo();
-  const uint64_t nps = Report.nodes * 1000 / uint64_t(std::max<int64_t>(1, ms));
-  return "info depth " + std::to_string(depth) + " multipv " + std::to_string(index) + " score " +
-         ScoreText(line.score) + " nodes " + std::to_string(Report.nodes) + " time " + std::to_string(ms) + " nps " +
-         std::to_string(nps) + " pv " + line.line;
+  return InfoHead(depth, " score " + ScoreText(line.score), index) + " pv " + line.line;
 }
 
 // Several lines, or only the root moves a GUI named: passes over those root

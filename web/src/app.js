@@ -8,7 +8,7 @@ import { Play } from './play.js';
 import { Review } from './review.js';
 import { Game } from './game.js';
 import { readFen, readMove, readPgn } from './position.js';
-import { linkTo, loadSaved, readLink, save } from './saved.js';
+import { gameText, linkTo, loadSaved, readGameText, readLink, save } from './saved.js';
 import './style.css';
 
 const $ = (id) => document.getElementById(id);
@@ -73,7 +73,7 @@ const SettingIds = ['lines-count', 'time-control', 'play-level', 'play-colour', 
 // Keeps the game, the position shown and the settings for the next visit.
 function remember() {
   const settings = Object.fromEntries(SettingIds.map((id) => [id, $(id).value]));
-  save({ pgn: game.pgn(), ply: game.cursor, settings: { ...settings, side: board.side } });
+  save({ pgn: gameText(game.start, game.moves), ply: game.cursor, settings: { ...settings, side: board.side } });
 }
 
 // Sets the controls to kept settings where they still offer the value.
@@ -146,9 +146,11 @@ async function newGame(start, moves = []) {
   if (mode === 'play') await play.end(null);
   await stopReview();
   const notes = [];
+  if (start && !engine) say('The engine is loading: the position follows once it has read it.', 'info');
   if (start && (await engineStarted)) {
     const taken = await engine.readPosition(start);
     if (!taken.fen) {
+      moved(); // the engine's reading stopped the analysis of the game shown
       say(`Not a valid FEN: ${taken.notes.join('; ').replace(/^illegal position: /, '')}.`);
       return null;
     }
@@ -201,10 +203,9 @@ async function loadFen(text, notes = []) {
   return undefined;
 }
 
-// Loads a game from PGN text and shows the position after ply half-moves
-// (the last one when ply is undefined).
-async function loadPgn(text, ply = undefined, notes = []) {
-  const read = readPgn(text);
+// Loads a game read from PGN text and shows the position after ply
+// half-moves (the last one when ply is undefined).
+async function loadGame(read, ply = undefined, notes = []) {
   if (read.error) return say(read.error);
   const taken = await newGame(read.start, read.moves);
   if (!taken) return undefined;
@@ -219,7 +220,7 @@ async function openLink(hash) {
   const link = readLink(hash);
   if (!link) return;
   history.replaceState(null, '', location.href.split('#')[0]);
-  if (link.pgn) await loadPgn(link.pgn, link.ply, ['Opened the shared game.']);
+  if (link.pgn) await loadGame(readGameText(link.pgn), link.ply, ['Opened the shared game.']);
   else await loadFen(link.fen, ['Opened the shared position.']);
 }
 
@@ -228,12 +229,12 @@ $('fen-form').addEventListener('submit', (event) => {
   return loadFen($('fen').value);
 });
 $('load-pgn').onclick = () => {
-  const moves = readPgn($('pgn').value).moves?.length;
-  return loadPgn($('pgn').value, undefined, [`Loaded a game of ${moves} half-moves.`]);
+  const read = readPgn($('pgn').value);
+  return loadGame(read, undefined, [`Loaded a game of ${read.moves?.length} half-moves.`]);
 };
 $('share').onclick = async () => {
   const base = location.href.split('#')[0];
-  const link = game.length ? linkTo(base, { pgn: game.pgn(), ply: game.cursor }) : linkTo(base, { fen: game.fen() });
+  const link = game.length ? linkTo(base, { pgn: gameText(game.start, game.moves), ply: game.cursor }) : linkTo(base, { fen: game.fen() });
   $('link').value = link;
   $('link').hidden = false;
   $('link').select();
@@ -301,7 +302,7 @@ $('review').onclick = async () => {
 const saved = loadSaved();
 applySettings(saved?.settings);
 if (saved?.settings?.side === 'b') await board.orient('b');
-const kept = saved?.pgn ? readPgn(saved.pgn) : null;
+const kept = saved?.pgn ? readGameText(saved.pgn) : null;
 if (kept && !kept.error) {
   game = new Game(kept.start, kept.moves);
   game.go(saved.ply);

@@ -2,7 +2,30 @@
 // shown and the player's settings kept in the browser's storage, and a
 // position or a whole game carried in the address's fragment, which a static
 // host never sees, so any host serves a link.
+import { Chess } from 'chess.js';
+import { playCoordinate, readGame, Termination, writeGame } from 'varn/pgn';
+
 const Key = 'varn-page';
+
+// A game (its start FEN and coordinate moves) as PGN text, by the package's
+// writer: the form the page keeps and links carry.
+export function gameText(start, moves) {
+  const chess = new Chess(start);
+  const played = moves.map((lan) => playCoordinate(chess, lan));
+  const tags = start === new Chess().fen() ? [] : [['SetUp', '1'], ['FEN', start]];
+  return writeGame({ tags, start, moves: played, comments: new Map(), result: '*' }, []);
+}
+
+// PGN text read back by the package's reader, as { start, moves } or
+// { error }; text without a result is read as a game that goes on.
+export function readGameText(text) {
+  try {
+    const game = readGame(Termination.test(text.trim()) ? text : `${text.trim()} *`);
+    return { start: game.start, moves: game.moves.map((move) => move.lan) };
+  } catch (error) {
+    return { error: `Not a valid PGN: ${error.message}` };
+  }
+}
 
 // What the last visit kept: { pgn, ply, settings }, or null.
 export function loadSaved(storage = globalThis.localStorage) {

@@ -118,6 +118,9 @@ describe('analysis board', () => {
     for (const [field, text, button, message] of cases) {
       await page.fill(field, text);
       await page.click(button);
+      // A FEN is answered once the engine has read it.
+      await page.waitForFunction(([source, flags]) => new RegExp(source, flags).test(document.getElementById('message').textContent),
+        [message.source, message.flags], { timeout: 10000 }).catch(() => {});
       assert.match(await page.textContent('#message'), message, text);
       await page.fill('#fen', position);
       assert.equal(await moveCount(), 3, text);

@@ -5,6 +5,7 @@ import assert from 'node:assert/strict';
 import { Chess } from 'chess.js';
 import { readFen, readMove, readPgn } from '../src/position.js';
 import { Game } from '../src/game.js';
+import { gameText, linkTo, readGameText, readLink } from '../src/saved.js';
 
 describe('user input', () => {
   test('bad FENs are refused with a reason', () => {
@@ -84,5 +85,19 @@ describe('the game', () => {
     const back = new Chess();
     back.loadPgn(game.pgn());
     assert.deepEqual([back.history(), back.getHeaders().FEN], [['e4', 'Kd7'], '4k3/8/8/8/8/8/4P3/4K3 w - - 0 1']);
+  });
+});
+
+describe('the page kept and shared', () => {
+  test('a game goes into a link and back: its start, promotions and the position shown', () => {
+    const start = '7k/P7/8/8/8/8/8/K7 w - - 0 1';
+    const moves = ['a7a8q', 'h8h7', 'a8b7'];
+    const link = linkTo('https://example.org/varn/', { pgn: gameText(start, moves), ply: 2 });
+    const read = readLink(new URL(link).hash);
+    assert.deepEqual([readGameText(read.pgn), read.ply], [{ start, moves }, 2]);
+    assert.deepEqual(readLink(new URL(linkTo('https://example.org/', { fen: start })).hash), { fen: start });
+    // Text without a result is a game that goes on; a broken one says why.
+    assert.deepEqual(readGameText('1. e4 e5').moves, ['e2e4', 'e7e5']);
+    assert.match(readGameText('1. e4 e5 2. Ke3 *').error, /^Not a valid PGN/);
   });
 });

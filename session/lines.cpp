@@ -139,7 +139,7 @@ std::vector<ScoredMove> SearchLines(const std::vector<RootChild> &children, cons
   std::iota(order.begin(), order.end(), size_t(0));
   std::vector<ScoredMove> best;
   depth = 0;
-  for (int next = LinesMinimumDepth; next <= request.lastDepth && request.mayDeepen(next); ++next) {
+  for (int next = LinesMinimumDepth; next <= request.lastDepth && (depth == 0 || request.mayDeepen(next)); ++next) {
     std::vector<Ranked> pass;
     const bool complete = RunPass(children, request, next, order, pass);
     if (!complete && depth > 0) break;

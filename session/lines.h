@@ -54,13 +54,13 @@ struct LinesRequest {
   int lastDepth = LinesMinimumDepth;
   PositionSearch search;
   std::function<bool()> stopped;              // the go is to end
-  std::function<bool(int depth)> mayDeepen;   // a pass to this depth may start
+  std::function<bool(int depth)> mayDeepen;   // a pass deeper than the first may start
   std::function<void(int depth, size_t index, const std::string &move)> searching;  // a root move's search starts
   std::function<void(int depth, const std::vector<ScoredMove> &lines)> completed;   // a pass's best lines
 };
 
 // Passes over the children, one ply deeper each from LinesMinimumDepth, until
-// the last depth, a stop or mayDeepen says no. Returns the best lines of the
+// the last depth, a stop, or mayDeepen says no once a pass is complete. Returns the best lines of the
 // last complete pass (of the first pass, as far as it came, when none
 // completed), best first, and its depth.
 std::vector<ScoredMove> SearchLines(const std::vector<RootChild> &children, const LinesRequest &request, int &depth);

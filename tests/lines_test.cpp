@@ -75,7 +75,7 @@ TEST(LinePasses, KeepTheBestMovesFirstAndSearchTheOthersShallowerUnlessTheyBeatT
                           {"b", 9}, {"d", 9}, {"a", 9}, {"c", 6}, {"f", 6}, {"e", 6}, {"e", 9}}));
 }
 
-TEST(LinePasses, AStopKeepsTheLastCompletePassOrTheFirstPassSoFar) {
+TEST(LinePasses, AStopKeepsTheLastCompletePassOrTheFirstPassSoFarAndTheFirstPassAlwaysStarts) {
   ScriptedChildren script;
   script.byMoves = {{"a", -10}, {"b", -30}, {"c", 20}};
   LinesRequest request = script.Request(3, 20);
@@ -87,6 +87,11 @@ TEST(LinePasses, AStopKeepsTheLastCompletePassOrTheFirstPassSoFar) {
   script.searched.clear();
   script.stopAfter = 2;  // within the first
   EXPECT_EQ(Moves(SearchLines(Children({"a", "b", "c"}), request, depth)), (std::vector<std::string>{"b:30", "a:10"}));
+  EXPECT_EQ(depth, LinesMinimumDepth);
+  // Time allows no deeper pass: the first is still searched whole.
+  script.stopAfter = SIZE_MAX;
+  request.mayDeepen = [](int) { return false; };
+  EXPECT_EQ(SearchLines(Children({"a", "b", "c"}), request, depth).size(), 3u);
   EXPECT_EQ(depth, LinesMinimumDepth);
 }
 

@@ -502,7 +502,8 @@ void Go(const GoRequest &request, bool wait) {
   order.elo = int(OptionValue(EloOption));
   order.level = OptionValue(LimitStrengthOption) && order.elo < LevelEloMax && !legal.empty();
   const size_t lines = size_t(OptionValue(MultiPVOption));
-  if (!order.level && !legal.empty() && (lines > 1 || roots.size() < legal.size())) order.lines = lines;
+  // A single legal move is answered by the ordinary search, which plays it at once.
+  if (!order.level && legal.size() > 1 && (lines > 1 || roots.size() < legal.size())) order.lines = lines;
   const int leastDepth = order.lines ? LinesMinimumDepth : MinimumReportedDepth;
   if (request.depth >= 0 && request.depth < leastDepth)
     Say("info string depth " + std::to_string(request.depth) + " is searched to depth " + std::to_string(leastDepth) +

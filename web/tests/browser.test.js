@@ -219,12 +219,14 @@ describe('analysis board', () => {
     assert.equal(await page.getAttribute('#moves .move.current', 'data-ply'), '6');
     assert.equal((await fen()).split(' ')[0], 'r1bqkbnr/pppp1ppp/8/4p3/2BnP3/5N2/PPPP1PPP/RNBQK2R');
     await page.screenshot({ path: `${shots}review.png` });
-    // Analysis on a reviewed position: the page as the README shows it.
+    // Analysis on a reviewed position, three lines: the page as the README shows it.
+    await page.selectOption('#lines-count', '3');
     await page.click('#analyse');
-    await page.waitForFunction(() => Number(document.getElementById('pv').dataset.depth) >= 8, null, { timeout: 60000 });
+    await page.waitForFunction(() => Number(document.querySelector('#lines [data-line="3"] .line-moves')?.dataset.depth) >= 8, null, { timeout: 60000 });
     await page.screenshot({ path: `${shots}page.png` });
     await page.click('#analyse');
     await page.waitForFunction(() => document.getElementById('analyse').textContent === 'Start analysis');
+    await page.selectOption('#lines-count', '1');
   });
 });
 

@@ -1,6 +1,6 @@
 // Game review: every position of a game searched, and each move judged by
 // what it lost. One rule for the page's review and for varn-annotate.
-import { whiteScore } from './score.js';
+import { evalText, whiteScore } from './score.js';
 
 // Beyond this many centipawns a game is decided: larger scores and mates all
 // count as this much, so a winning side is not faulted for a slower win.
@@ -60,6 +60,39 @@ export function reviewSummary(scores, whiteFirst = true) {
     };
   }
   return summary;
+}
+
+// Plies of the better line noted for a mistake or a blunder.
+const BetterLinePlies = 8;
+
+// The Annotator tag's value for a review by engineName with the limits.
+export function annotatorText(engineName, limits) {
+  return `${engineName} (${limits.movetime !== undefined ? `${limits.movetime} ms per position` : `depth ${limits.depth}`})`;
+}
+
+// The notes of a reviewed game for its PGN, the same for the page's export
+// and varn-annotate: per move { nag (the verdict's), comment ([%eval] of the
+// position after it), line (the better line, coordinate moves, for mistakes
+// and blunders) }, and the summary tags. positions: as reviewGame returns
+// them; moves: the coordinate moves; annotator: the Annotator tag's value.
+export function reviewNotes(positions, moves, whiteFirst, annotator) {
+  const scores = positions.map((p) => p.score);
+  const losses = moveLosses(scores, whiteFirst);
+  const notes = moves.map((move, i) => {
+    const verdict = verdictFor(losses[i] ?? 0);
+    const value = scores[i + 1] ? evalText(scores[i + 1]) : null;
+    const note = { nag: verdict?.nag, comment: value ? `[%eval ${value}]` : undefined };
+    const better = positions[i]?.pv ?? [];
+    if (verdict && verdict.name !== 'inaccuracy' && better.length && better[0] !== move) note.line = better.slice(0, BetterLinePlies);
+    return note;
+  });
+  const tags = [['Annotator', annotator]];
+  const summary = reviewSummary(scores, whiteFirst);
+  for (const [side, name] of [['white', 'White'], ['black', 'Black']]) {
+    const s = summary[side];
+    tags.push([`${name}Inaccuracies`, s.inaccuracies], [`${name}Mistakes`, s.mistakes], [`${name}Blunders`, s.blunders], [`${name}ACPL`, s.acpl]);
+  }
+  return { moves: notes, tags };
 }
 
 // Searches every position of a game (a FEN or "startpos" and its coordinate

@@ -149,3 +149,12 @@ export declare function reviewGame(
   limits: Limits,
   options?: { onPosition?: (index: number, count: number) => void; signal?: AbortSignal },
 ): Promise<{ score: WhiteScore; pv: string[] }[]>;
+/** The Annotator tag's value for a review: "Varn 504 (depth 8)". */
+export declare function annotatorText(engineName: string, limits: Limits): string;
+/** A reviewed game's notes for varn/pgn's addReview: per move its verdict's NAG, [%eval] comment and better line; the summary tags. */
+export declare function reviewNotes(
+  positions: { score: WhiteScore; pv: string[] }[],
+  moves: string[],
+  whiteFirst: boolean,
+  annotator: string,
+): import('./pgn.js').ReviewNotes;

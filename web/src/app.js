@@ -1,14 +1,15 @@
 // The analysis board: the game and the page's mode, over the board view, the
 // move list, analysis, play and review, each holding its own state.
-import { VarnEngine, whiteScore } from 'varn';
+import { VarnEngine, annotatorText, reviewNotes, whiteScore } from 'varn';
 import { BoardView } from './board.js';
 import { MoveList } from './moves.js';
 import { Analysis } from './analysis.js';
 import { Play } from './play.js';
 import { Review } from './review.js';
 import { Game } from './game.js';
+import { StartFen, newGame as newTree } from 'varn/pgn';
 import { readFen, readMove, readPgn } from './position.js';
-import { gameText, linkTo, loadSaved, readGameText, readLink, save } from './saved.js';
+import { linkTo, loadSaved, readLink, save } from './saved.js';
 import './style.css';
 
 const $ = (id) => document.getElementById(id);
@@ -20,20 +21,22 @@ let game = new Game();
 let mode = 'idle'; // idle, analysis, play or review
 
 const board = new BoardView($('board'), game.fen(), (lan) => userMove(lan));
-const moveList = new MoveList($('moves'), (ply) => goTo(ply));
+const moveList = new MoveList($('moves'), (path) => goPath(path));
 const analysis = new Analysis({
   button: $('analyse'), depth: $('depth'), score: $('score'), nps: $('nps'), lines: $('lines'), bar: $('eval-white'), barText: $('eval-text'),
 }, board, (moves) => playLine(moves));
 const play = new Play({
   level: $('play-level'), result: $('result'), playing: $('playing'), resign: $('resign'), clocks: { w: $('clock-w'), b: $('clock-b') },
-}, { onEngineMove: (lan) => engineMove(lan), onEnd: () => gameEnded() });
-const review = new Review({ button: $('review'), progress: $('review-progress'), graph: $('graph'), summary: $('review-summary') }, (ply) => goTo(ply));
+}, { onEngineMove: (lan) => engineMove(lan), onEnd: (result) => gameEnded(result) });
+const review = new Review({ button: $('review'), progress: $('review-progress'), graph: $('graph'), summary: $('review-summary') }, (ply) => goMain(ply));
 
 function say(text, kind = 'error') {
   const box = $('message');
   box.textContent = text;
   box.className = kind;
   box.hidden = !text;
+  // The message stands above the board and moves it.
+  keepBoardInView();
 }
 
 // The position at the cursor as the engine and the views take it.
@@ -51,9 +54,12 @@ function canMove() {
 // Draws every view for the cursor.
 function show() {
   const chess = game.chess();
-  board.draw(game.fen(), game.cursor ? game.moves[game.cursor - 1] : null, canMove());
+  board.draw(game.fen(), game.node().lan ?? null, canMove());
   moveList.draw(game, review.verdicts);
-  review.draw(game.cursor);
+  review.draw(game.mainPly() ?? Infinity);
+  $('undo').disabled = !game.canUndo || mode === 'play';
+  $('promote').disabled = game.mainPly() !== null || mode === 'play';
+  $('delete-move').disabled = game.cursor === 0 || mode === 'play';
   $('fen').value = game.fen();
   $('status-line').textContent = game.outcome() || `${chess.turn() === 'w' ? 'White' : 'Black'} to move${chess.inCheck() ? ', in check' : ''}.`;
   analysis.result(chess.isCheckmate() ? whiteScore({ mate: 0 }, chess.turn() === 'w') : chess.isStalemate() ? { draw: true } : null);
@@ -73,7 +79,7 @@ const SettingIds = ['lines-count', 'time-control', 'play-level', 'play-colour', 
 // Keeps the game, the position shown and the settings for the next visit.
 function remember() {
   const settings = Object.fromEntries(SettingIds.map((id) => [id, $(id).value]));
-  save({ pgn: gameText(game.start, game.moves), ply: game.cursor, settings: { ...settings, side: board.side } });
+  save({ pgn: game.pgn(), path: game.path(), settings: { ...settings, side: board.side } });
 }
 
 // Sets the controls to kept settings where they still offer the value.
@@ -93,6 +99,29 @@ function moved() {
 function goTo(ply) {
   if (mode === 'play' && play.active) return;
   game.go(ply);
+  moved();
+}
+
+function goPath(path) {
+  if (mode === 'play' && play.active) return;
+  game.select(path);
+  moved();
+}
+
+function goMain(ply) {
+  game.goMain(ply);
+  moved();
+}
+
+// A change to the game's tree (undo, promote, delete); a review on it is
+// stopped first. The review's graph and colours go with the main line they
+// were drawn for (its notes stay on their moves).
+async function edit(change) {
+  if (mode === 'play') return;
+  if (mode === 'review') await stopReview();
+  const main = game.mainMoves.join(' ');
+  change();
+  if (game.mainMoves.join(' ') !== main) review.clear();
   moved();
 }
 
@@ -118,8 +147,14 @@ function engineMove(lan) {
   play.moved(game);
 }
 
-function gameEnded() {
+// A game against Varn ended with a result text ("White wins on time."),
+// none when it was abandoned.
+function gameEnded(text) {
   mode = 'idle';
+  game.follow = true;
+  const result = /^White wins/.test(text) ? '1-0' : /^Black wins/.test(text) ? '0-1' : /^Draw/.test(text) ? '1/2-1/2' : null;
+  if (result) game.setResult(result);
+  game.select(game.path());
   show();
 }
 
@@ -135,34 +170,107 @@ async function stopReview() {
   await review.stop(engine);
 }
 
-// A sentence from an engine's note.
-const sentence = (note) => `${note[0].toUpperCase()}${note.slice(1)}.`;
-
-// A new game from a start position (the start position when undefined) and
-// moves. The board takes the position as the engine does: fields it cannot
-// keep are dropped with its own note. Returns the notes for the player, or
-// null when the engine refused the position (the message says why).
-async function newGame(start, moves = []) {
+// Starts over with a game (the page's Game; the start position by default).
+async function newGame(next = new Game()) {
   if (mode === 'play') await play.end(null);
   await stopReview();
-  const notes = [];
-  if (start && !engine) say('The engine is loading: the position follows once it has read it.', 'info');
-  if (start && (await engineStarted)) {
-    const taken = await engine.readPosition(start);
-    if (!taken.fen) {
-      moved(); // the engine's reading stopped the analysis of the game shown
-      say(`Not a valid FEN: ${taken.notes.join('; ').replace(/^illegal position: /, '')}.`);
-      return null;
-    }
-    start = taken.fen;
-    notes.push(...taken.notes.map(sentence));
-  }
-  game = new Game(start, moves);
-  if (game.length < moves.length) notes.push(`Move ${game.length + 1} is not legal there: the game ends before it.`);
+  game = next;
   review.clear();
   play.clear();
   moved();
-  return notes;
+}
+
+// A sentence from an engine's note.
+const sentence = (note) => `${note[0].toUpperCase()}${note.slice(1)}.`;
+
+// Ends a game against Varn or a review before another game comes.
+async function settle() {
+  if (mode === 'play') await play.end(null);
+  await stopReview();
+}
+
+// A start position as the engine reads it: { fen, notes } with the fields it
+// dropped named in notes, or null after telling why it refused it. Without
+// an engine the position stays as it is.
+async function engineFen(fen) {
+  if (!engine) say('The engine is loading: the position follows once it has read it.', 'info');
+  if (!(await engineStarted)) return { fen, notes: [] };
+  const taken = await engine.readPosition(fen);
+  if (taken.fen) return { fen: taken.fen, notes: taken.notes.map(sentence) };
+  moved(); // the engine's reading stopped the analysis of the game shown
+  say(`Not a valid FEN: ${taken.notes.join('; ').replace(/^illegal position: /, '')}.`);
+  return null;
+}
+
+// Loads a FEN, read by the engine (by chess.js without one); notes: what to
+// tell the player beside the engine's notes.
+async function loadFen(text, notes = []) {
+  const typed = text.trim().replace(/\s+/g, ' ');
+  if (!typed) return say('Enter a FEN first.');
+  return loading(async () => {
+    await settle();
+    const read = (await engineStarted) ? { fen: typed } : readFen(typed);
+    if (read.error) return say(read.error);
+    const taken = await engineFen(read.fen);
+    if (!taken) return undefined;
+    await newGame(new Game(newTree(taken.fen)));
+    return say([...notes, ...taken.notes].join(' '), 'info');
+  });
+}
+
+// Runs a load; the page is marked while it waits for the engine (for tests).
+async function loading(load) {
+  document.body.dataset.loading = 'true';
+  try {
+    return await load();
+  } finally {
+    delete document.body.dataset.loading;
+  }
+}
+
+// Loads a game (the page's Game) on its start position as the engine reads
+// it, and shows the move at path (its start by default).
+async function loadGame(next, path = null, notes = []) {
+  await settle();
+  // The standard start position needs no reading.
+  const taken = next.start === StartFen ? { fen: StartFen, notes: [] } : await loading(() => engineFen(next.start));
+  if (!taken) return undefined;
+  let repaired = next;
+  if (taken.fen !== next.start) {
+    // The game's moves are read again from the position the engine took.
+    next.setTag('SetUp', '1');
+    next.setTag('FEN', taken.fen);
+    try {
+      repaired = Game.read(next.pgn());
+    } catch (error) {
+      return say(`Not a valid PGN: ${[...taken.notes, ''].join(' ')}${error.message}.`);
+    }
+  }
+  await newGame(repaired);
+  if (path) goPath(path);
+  say([...notes, ...taken.notes].join(' '), 'info');
+  return undefined;
+}
+
+// Opens what a link carries (a position or a game), then drops it from the
+// address: from here on the page keeps the game as it goes on.
+async function openLink(hash) {
+  const link = readLink(hash);
+  if (!link) return undefined;
+  history.replaceState(null, '', location.href.split('#')[0]);
+  if (link.fen) return loadFen(link.fen, ['Opened the shared position.']);
+  const read = await readPgn(link.pgn);
+  if (read.error) return say(read.error);
+  return loadGame(read.game, link.path, ['Opened the shared game.']);
+}
+
+// The tags of a game played against Varn, for a game that has none yet.
+function nameGame(human) {
+  if (game.tree.tags.some(([name]) => !['SetUp', 'FEN'].includes(name))) return;
+  const level = $('play-level').value;
+  const varn = level === 'full' ? 'Varn' : `Varn (level ${level})`;
+  const today = new Date().toISOString().slice(0, 10).replace(/-/g, '.');
+  for (const [name, value] of [['Event', 'Game against Varn'], ['Date', today], ['White', human === 'w' ? 'You' : varn], ['Black', human === 'w' ? varn : 'You']]) game.setTag(name, value);
 }
 
 // ---- Controls -------------------------------------------------------------
@@ -171,6 +279,9 @@ $('first').onclick = () => goTo(0);
 $('back').onclick = () => goTo(game.cursor - 1);
 $('forward').onclick = () => goTo(game.cursor + 1);
 $('last').onclick = () => goTo(game.length);
+$('undo').onclick = () => edit(() => game.undo());
+$('promote').onclick = () => edit(() => game.promote());
+$('delete-move').onclick = () => edit(() => game.remove());
 $('flip').onclick = () => {
   const turning = board.flip();
   remember();
@@ -180,6 +291,7 @@ document.addEventListener('keydown', (event) => {
   if (event.target.closest('input, textarea, select')) return;
   if (event.key === 'ArrowLeft') goTo(game.cursor - 1);
   if (event.key === 'ArrowRight') goTo(game.cursor + 1);
+  if (event.key === 'z' && (event.ctrlKey || event.metaKey)) edit(() => game.undo());
 });
 
 $('move-form').addEventListener('submit', (event) => {
@@ -191,50 +303,20 @@ $('move-form').addEventListener('submit', (event) => {
   return userMove(read.move);
 });
 
-// Loads a FEN; notes: what to tell the player beside the engine's notes.
-// The engine checks it (without an engine, chess.js does).
-async function loadFen(text, notes = []) {
-  const fen = text.trim().replace(/\s+/g, ' ');
-  if (!fen) return say('Enter a FEN first.');
-  const read = (await engineStarted) ? { fen } : readFen(fen);
-  if (read.error) return say(read.error);
-  const taken = await newGame(read.fen);
-  if (taken) say([...notes, ...taken].join(' '), 'info');
-  return undefined;
-}
-
-// Loads a game read from PGN text and shows the position after ply
-// half-moves (the last one when ply is undefined).
-async function loadGame(read, ply = undefined, notes = []) {
-  if (read.error) return say(read.error);
-  const taken = await newGame(read.start, read.moves);
-  if (!taken) return undefined;
-  if (ply !== undefined) goTo(ply);
-  say([...notes, ...taken].join(' '), 'info');
-  return undefined;
-}
-
-// Opens what a link carries (a position or a game), then drops it from the
-// address: from here on the page keeps the game as it goes on.
-async function openLink(hash) {
-  const link = readLink(hash);
-  if (!link) return;
-  history.replaceState(null, '', location.href.split('#')[0]);
-  if (link.pgn) await loadGame(readGameText(link.pgn), link.ply, ['Opened the shared game.']);
-  else await loadFen(link.fen, ['Opened the shared position.']);
-}
-
 $('fen-form').addEventListener('submit', (event) => {
   event.preventDefault();
   return loadFen($('fen').value);
 });
-$('load-pgn').onclick = () => {
-  const read = readPgn($('pgn').value);
-  return loadGame(read, undefined, [`Loaded a game of ${read.moves?.length} half-moves.`]);
+$('load-pgn').onclick = async () => {
+  const read = await readPgn($('pgn').value);
+  if (read.error) return say(read.error);
+  const others = read.count > 1 ? ` (the first of the ${read.count} games in the text)` : '';
+  return loadGame(read.game, null, [`Loaded a game of ${read.game.mainMoves.length} half-moves${others}.`]);
 };
 $('share').onclick = async () => {
   const base = location.href.split('#')[0];
-  const link = game.length ? linkTo(base, { pgn: gameText(game.start, game.moves), ply: game.cursor }) : linkTo(base, { fen: game.fen() });
+  const moved = game.tree.root.children.length > 0;
+  const link = moved ? linkTo(base, { pgn: game.pgn(), path: game.path() }) : linkTo(base, { fen: game.fen() });
   $('link').value = link;
   $('link').hidden = false;
   $('link').select();
@@ -251,7 +333,7 @@ $('export-pgn').onclick = () => {
   $('pgn').value = game.pgn();
   say('The PGN of this game is in the box below the FEN.', 'info');
 };
-$('new-game').onclick = () => newGame(undefined);
+$('new-game').onclick = () => newGame();
 
 $('analyse').onclick = async () => {
   if (!engine) return say('The engine is still loading.');
@@ -267,10 +349,14 @@ $('play').onclick = async () => {
   await stopReview();
   if (mode === 'play') await play.end('Game abandoned.');
   if (game.chess().isGameOver()) return say('The game is already over in this position.');
-  game.truncate();
   const [base, increment] = $('time-control').value.split('+').map(Number);
   const human = $('play-colour').value;
   mode = 'play';
+  // The moves played go into the game from here, as a variation where it
+  // already goes on.
+  game.follow = false;
+  game.select(game.path());
+  nameGame(human);
   analysis.clear();
   say('');
   await board.orient(human);
@@ -284,13 +370,21 @@ $('review').onclick = async () => {
   if (!engine) return say('The engine is still loading.');
   if (mode === 'review') return stopReview();
   if (mode === 'play') return say('Finish the game first.');
-  if (game.length === 0) return say('There is no game to review: load a PGN or play some moves.');
+  const moves = game.mainMoves;
+  if (moves.length === 0) return say('There is no game to review: load a PGN or play some moves.');
   await stopAnalysis();
   const [kind, value] = $('review-limit').value.split(':');
+  const limits = kind === 'depth' ? { depth: Number(value) } : { movetime: Number(value) };
   mode = 'review';
+  game.clearReview();
   show();
-  const done = await review.run(engine, game, kind === 'depth' ? { depth: Number(value) } : { movetime: Number(value) });
-  if (done) mode = 'idle';
+  const done = await review.run(engine, { start: game.start, moves }, limits);
+  if (done) {
+    mode = 'idle';
+    // Export writes the review's notes as varn-annotate does.
+    const whiteFirst = game.start.split(' ')[1] === 'w';
+    game.setReview(reviewNotes(review.positions, moves, whiteFirst, annotatorText(engine.name, limits)));
+  }
   show();
   return undefined;
 };
@@ -302,10 +396,11 @@ $('review').onclick = async () => {
 const saved = loadSaved();
 applySettings(saved?.settings);
 if (saved?.settings?.side === 'b') await board.orient('b');
-const kept = saved?.pgn ? readGameText(saved.pgn) : null;
-if (kept && !kept.error) {
-  game = new Game(kept.start, kept.moves);
-  game.go(saved.ply);
+try {
+  if (saved?.pgn) game = Game.read(saved.pgn);
+  game.select(saved?.path ?? []);
+} catch {
+  game = new Game();
 }
 show();
 try {

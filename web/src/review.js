@@ -13,15 +13,16 @@ export class Review {
     this.controller = null;
   }
 
-  // Reviews the game with limits ({ depth } or { movetime }); false when it
-  // was stopped before the end.
+  // Reviews a game ({ start (FEN), moves }) with limits ({ depth } or
+  // { movetime }); false when it was stopped before the end. The positions
+  // searched stay in this.positions.
   async run(engine, game, limits) {
     const controller = new AbortController();
     this.controller = controller;
     this.clear();
     this.el.button.textContent = 'Stop review';
     this.el.progress.hidden = false;
-    this.el.progress.max = game.length + 1;
+    this.el.progress.max = game.moves.length + 1;
     this.el.progress.value = 0;
     const positions = await reviewGame(engine, { fen: game.start, moves: game.moves }, limits, {
       signal: controller.signal,
@@ -29,8 +30,9 @@ export class Review {
     });
     this.finish();
     if (controller.signal.aborted) return false;
+    this.positions = positions;
     this.scores = positions.map((p) => p.score);
-    const whiteFirst = game.chess(0).turn() === 'w';
+    const whiteFirst = game.start.split(' ')[1] === 'w';
     this.verdicts = judgeMoves(this.scores, whiteFirst);
     const summary = reviewSummary(this.scores, whiteFirst);
     const count = (n, word) => `${n} ${word}${n === 1 ? '' : 's'}`;
@@ -52,6 +54,7 @@ export class Review {
   }
 
   clear() {
+    this.positions = [];
     this.scores = [];
     this.verdicts = [];
     this.el.summary.textContent = '';

@@ -26,8 +26,8 @@ port.on((message) => {
       await engine?.quit();
       if (!parentPort) process.disconnect();
     } else {
-      const done = await annotateGame(engine, message.text, options, () => port.send({ position: true }));
-      port.send({ seq: message.seq, ...done });
+      const { text, positions, error } = await annotateGame(engine, message.text, options, () => port.send({ position: true }));
+      port.send({ seq: message.seq, text, positions, error });
     }
   }).catch((error) => port.send({ failed: String(error?.stack || error) }));
 });

@@ -370,6 +370,12 @@ describe('lines, links and reloads', () => {
     assert.equal(await other.inputValue('#fen'), '4k3/8/8/8/8/8/8/4K2R w K - 0 1');
     assert.match(await other.textContent('#message'), /dropped castling right Q .* dropped en passant square e3/);
     assert.equal(new URL(other.url()).hash, '', 'the address no longer holds the link');
+    // A game link whose start the engine repairs: the moves are read from the repaired position.
+    const game = '[SetUp "1"]\n[FEN "r3k2r/8/8/8/8/8/8/4K3 w KQkq - 0 1"]\n\n1. Kd2 O-O *';
+    await other.goto(`${home}#${new URLSearchParams({ pgn: game, at: '0.0' })}`);
+    await other.waitForFunction(() => document.getElementById('message').textContent.startsWith('Opened the shared game'), null, { polling: 100 });
+    assert.match(await other.textContent('#message'), /dropped castling right K /);
+    assert.equal(await other.inputValue('#fen'), 'r4rk1/8/8/8/8/8/3K4/8 w - - 2 2');
     await other.context().close();
   });
 

@@ -114,16 +114,6 @@ TEST(LinePasses, GameEndsNeedNoSearchAndAForcedReplyIsSearchedPast) {
   EXPECT_EQ(scored.line, "f x5");
 }
 
-TEST(LinePasses, SearchmovesKeepsTheLegalNamesAndTellsTheOthers) {
-  const std::vector<std::string> legal = {"e2e4", "d2d4", "g1f3"};
-  std::vector<std::string> notes;
-  EXPECT_EQ(ChosenRootMoves(legal, {"g1f3", "e2e5", "e2e4"}, notes), (std::vector<std::string>{"e2e4", "g1f3"}));
-  EXPECT_EQ(notes, std::vector<std::string>{"searchmoves: e2e5 is not a legal move here"});
-  notes.clear();
-  EXPECT_EQ(ChosenRootMoves(legal, {"a1a8"}, notes), legal);
-  EXPECT_EQ(notes.back(), "searchmoves names no legal move: searching all moves");
-}
-
 // The lines of a real search: the info lines of each depth with multipv.
 struct Reported {
   std::map<int, std::vector<std::vector<std::string>>> byDepth;  // words of each line, in order

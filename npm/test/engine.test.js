@@ -57,17 +57,6 @@ describe('VarnEngine', () => {
     assert.deepEqual(one.pvs.map((line) => line.multipv), [1]);
   });
 
-  test('a position as the engine takes it: repaired fields named, a refusal with its reason', async () => {
-    assert.deepEqual(await engine.readPosition('r3k2r/8/8/8/8/8/8/4K3 w KQkq e6 0 1'), {
-      fen: 'r3k2r/8/8/8/8/8/8/4K3 w kq - 0 1',
-      notes: ['position: dropped castling right K (its king or rook is not at home)',
-        'position: dropped castling right Q (its king or rook is not at home)',
-        'position: dropped en passant square e6 (no pawn has just passed it)'],
-    });
-    assert.equal((await engine.readPosition('startpos', ['e2e4', 'e7e5'])).fen, 'rnbqkbnr/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQKBNR w KQkq - 0 2');
-    assert.deepEqual(await engine.readPosition('8/8/8/8/8/8/8/K7 w - - 0 1'), { fen: null, notes: ['illegal position: each side needs exactly one king'] });
-  });
-
   test('levels: the range comes from the engine, values outside it are clamped with a note', async () => {
     const { min, max } = engine.levels;
     assert.deepEqual([engine.options.get('UCI_Elo').min, engine.options.get('UCI_Elo').max], [min, max]);

@@ -55,6 +55,7 @@ constexpr OptionRow HostOptions[] = {
     {HashOption, OptionType::Spin, DefaultHashMb, 1, 1024, nullptr},
     {OverheadOption, OptionType::Spin, PlanSettings().moveOverheadMs, 0, 5000, nullptr},
     {"Ponder", OptionType::Check, 0, 0, 1, nullptr},
+    {MultiPVOption, OptionType::Spin, 1, 1, 256, nullptr},
     {"Clear Hash", OptionType::Button, 0, 0, 0, RequestClearHash},
     {LimitStrengthOption, OptionType::Check, 0, 0, 1, nullptr},
     {EloOption, OptionType::Spin, LevelEloMax, LevelEloMin, LevelEloMax, nullptr},

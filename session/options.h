@@ -13,6 +13,7 @@
 // Host option names that the session reads.
 inline constexpr const char *HashOption = "Hash";
 inline constexpr const char *OverheadOption = "Move Overhead";
+inline constexpr const char *MultiPVOption = "MultiPV";
 inline constexpr const char *LimitStrengthOption = "UCI_LimitStrength";
 inline constexpr const char *EloOption = "UCI_Elo";
 inline constexpr const char *SeedOption = "Level Seed";

@@ -17,6 +17,7 @@
 #include "exports.h"
 #include "game.h"
 #include "level.h"
+#include "lines.h"
 #include "options.h"
 #include "output.h"
 #include "reports.h"
@@ -45,7 +46,8 @@ struct ReportState {
   int32_t bestScore = 0;
   std::string fallbackMove;   // the root list's front move, or the last fail high
   std::string fallbackScore;  // " score ..." of a fail high, "" for a front move
-  bool quiet = false;         // reports are read, not printed (bench, level)
+  std::vector<ScoredMove> lines;  // several lines: those of bestDepth, best first
+  bool quiet = false;         // reports are read, not printed (bench, level, lines)
 };
 
 // State shared by the caller's thread, the search thread and the watchdog.
@@ -63,14 +65,6 @@ struct SharedState {
   Clock::time_point clockBase;  // go, or ponderhit for a ponder search
 };
 
-// A root move for a level: the position after it ends the game when it has
-// no legal move.
-struct LevelChild {
-  std::string move;
-  bool mates = false;
-  bool stalemates = false;
-};
-
 // What a go hands to its search thread.
 struct SearchOrder {
   SearchPlan plan;
@@ -78,8 +72,9 @@ struct SearchOrder {
   std::string noMoveScore;  // score shown when there is no legal move
   bool level = false;       // a level chooses the move
   int elo = LevelEloMax;
-  std::string fen, moves;   // the game as the library gets it, for the level
-  std::vector<LevelChild> children;
+  size_t lines = 0;         // several lines, or only some root moves: how many lines
+  std::string fen, moves;   // the game as the library gets it, for the level and the lines
+  std::vector<RootChild> children;
 };
 
 ReportState Report;
@@ -105,12 +100,13 @@ int64_t ElapsedSinceGo() {
 
 // The words of an info line from depth to score: the nodes the library last
 // counted with the time they took, so the speed is true also when a search
-// ends long after its last report (a deadline, a held bestmove).
-std::string InfoHead(int32_t depth, const std::string &score) {
+// ends long after its last report (a deadline, a held bestmove); line is the
+// line's number among several (0: one line only).
+std::string InfoHead(int32_t depth, const std::string &score, size_t line = 0) {
   const int64_t ms = Report.nodesMs;
   const uint64_t nps = Report.nodes * 1000 / uint64_t(std::max<int64_t>(1, ms));
-  return "info depth " + std::to_string(depth) + " nodes " + std::to_string(Report.nodes) + " time " +
-         std::to_string(ms) + " nps " + std::to_string(nps) + score;
+  return "info depth " + std::to_string(depth) + (line ? " multipv " + std::to_string(line) : "") + " nodes " +
+         std::to_string(Report.nodes) + " time " + std::to_string(ms) + " nps " + std::to_string(nps) + score;
 }
 
 // Tells the watchdog when a report reached the plan's node limit.
@@ -302,35 +298,19 @@ void SendPosition(const std::string &fen, const std::string &moves) {
   }
 }
 
-// The score of a root move from the search of the position after it: the
-// child's score turned to the root's side, its mates one ply further away.
-int32_t ScoreFromChild(int32_t childScore) {
-  const int32_t score = -childScore;
-  return score > MateThreshold ? score - 1 : score < -MateThreshold ? score + 1 : score;
-}
-
-// Scores every root move with a search of plies after it, in the order of
-// the list; stops early when the go must end.
-std::vector<ScoredMove> ScoreRootMoves(const SearchOrder &order, int plies) {
-  std::vector<ScoredMove> scored;
-  for (const LevelChild &child : order.children) {
-    ScoredMove entry{child.move, 0, child.move};
-    if (child.mates || child.stalemates) {
-      // The mated side is mated at the child's own ply, the root's second.
-      entry.score = child.mates ? ScoreInfinite - 2 : 0;
-    } else {
-      if (StopDueNow()) break;
-      SendPosition(order.fen, order.moves.empty() ? child.move : order.moves + " " + child.move);
-      Varn.SetDepth(plies);
-      Report.bestLine.clear();
-      Analyse(false);
-      if (Report.bestLine.empty()) break;
-      entry.score = ScoreFromChild(Report.bestScore);
-      entry.line += " " + Report.bestLine;
-    }
-    scored.push_back(entry);
-  }
-  return scored;
+// The search of the position after root moves for the level and the lines:
+// the game's position with the moves played on it, searched to plies.
+PositionSearch SearchAfter(const SearchOrder &order) {
+  return [&order](const std::string &moves, int plies, int32_t &score, std::string &line) {
+    if (StopDueNow()) return false;
+    SendPosition(order.fen, order.moves.empty() ? moves : order.moves + " " + moves);
+    Varn.SetDepth(plies);
+    Report.bestLine.clear();
+    Analyse(false);
+    score = Report.bestScore;
+    line = Report.bestLine;
+    return !line.empty();
+  };
 }
 
 // A level's move: passes over the root moves, each a ply deeper than the last
@@ -341,7 +321,7 @@ void RunLevel(const SearchOrder &order) {
   Report.quiet = true;
   std::vector<ScoredMove> scored;
   for (int plies = MinimumReportedDepth; plies <= style.childPlies; ++plies) {
-    std::vector<ScoredMove> pass = ScoreRootMoves(order, plies);
+    std::vector<ScoredMove> pass = ScoreRootMoves(order.children, plies, SearchAfter(order));
     const bool complete = pass.size() == order.children.size();
     if (complete || scored.empty()) scored = pass;
     if (!complete) break;
@@ -358,6 +338,56 @@ void RunLevel(const SearchOrder &order) {
   Report.bestDepth = std::max(Report.bestDepth, MinimumReportedDepth + 1);
 }
 
+// The info line of line number index at depth.
+std::string LineInfo(int depth, size_t index, const ScoredMove &line) {
+  return InfoHead(depth, " score " + ScoreText(line.score), index) + " pv " + line.line;
+}
+
+// Several lines, or only the root moves a GUI named: passes over those root
+// moves, each completed one reported line by line, while the plan allows.
+void RunLines(const SearchOrder &order) {
+  LinesRequest request;
+  request.count = order.lines;
+  request.lastDepth = order.plan.mode == LimitMode::Depth ? std::max(order.plan.depth, LinesMinimumDepth) : 31;
+  request.search = SearchAfter(order);
+  request.stopped = StopDueNow;
+  request.mayDeepen = [](int) {
+    std::lock_guard<std::mutex> guard(StateLock);
+    const Clock::time_point now = Clock::now();
+    const bool clockRuns = !(State.plan.ponder && !State.ponderHit);
+    const int64_t budget = State.plan.budgetMs;
+    // A pass costs about as much as all the passes before it.
+    return !StopDue(now) && (budget < 0 || !clockRuns || (now - State.clockBase) * 2 <= std::chrono::milliseconds(budget));
+  };
+  request.searching = [](int depth, size_t index, const std::string &move) {
+    if (ElapsedSinceGo() > 1000)
+      Say("info depth " + std::to_string(depth) + " currmove " + move + " currmovenumber " + std::to_string(index));
+  };
+  request.completed = [](int depth, const std::vector<ScoredMove> &lines) {
+    for (size_t i = 0; i < lines.size(); ++i) Say(LineInfo(depth, i + 1, lines[i]));
+    if (State.plan.mateMoves >= 0) NoteMate(lines[0].score);
+  };
+  Report.quiet = true;
+  // The library's own best move at the fewest plies leads the first pass, and
+  // is played when no pass got far enough to score a move.
+  Varn.SetDepth(MinimumReportedDepth);
+  Analyse(false);
+  const std::string lead = WordAt(Report.bestLine, 0);
+  std::vector<RootChild> children = order.children;
+  const auto at = std::find_if(children.begin(), children.end(), [&](const RootChild &c) { return c.move == lead; });
+  if (at != children.end()) std::rotate(children.begin(), at, at + 1);
+  int depth = 0;
+  Report.lines = SearchLines(children, request, depth);
+  Report.quiet = false;
+  Report.bestLine.clear();
+  Report.fallbackMove = at != children.end() ? lead : "";
+  Report.fallbackScore.clear();
+  if (Report.lines.empty()) return;
+  Report.bestLine = Report.lines[0].line;
+  Report.bestScore = Report.lines[0].score;
+  Report.bestDepth = depth;
+}
+
 // The search thread: the planned search (or a level's), a depth-5 follow-up
 // when the library's own clock ended it before it reported a line and the
 // host's time is not up, the wait a held bestmove needs, then bestmove.
@@ -367,6 +397,8 @@ void RunSearch(SearchOrder order) {
   int32_t result = 0;
   if (order.level) {
     RunLevel(order);
+  } else if (order.lines) {
+    RunLines(order);
   } else {
     SetLimit(plan);
     result = Analyse(plan.ponder);
@@ -398,7 +430,11 @@ void RunSearch(SearchOrder order) {
     ponder.clear();
     info = InfoHead(Report.depth, order.noMoveScore.empty() ? "" : " score " + order.noMoveScore);
   }
-  Say(info);
+  if (!Report.lines.empty()) {
+    for (size_t i = 0; i < Report.lines.size(); ++i) Say(LineInfo(Report.bestDepth, i + 1, Report.lines[i]));
+  } else {
+    Say(info);
+  }
   Say("bestmove " + best + (ponder.empty() ? "" : " ponder " + ponder));
   std::lock_guard<std::mutex> guard(StateLock);
   State.active = false;
@@ -459,22 +495,6 @@ std::string HostMove(const std::vector<std::string> &legal) {
   return legal.empty() ? "" : legal[0];
 }
 
-// The level's view of the root moves: which of them end the game at once.
-std::vector<LevelChild> LevelChildren(const std::vector<std::string> &legal) {
-  std::vector<LevelChild> children;
-  for (const std::string &move : legal) {
-    LevelChild child{move};
-    std::string next;
-    bool irreversible = false;
-    if (RulesPlay(GameFen(), move, next, irreversible) && RulesLegalMoves(next).empty()) {
-      child.mates = RulesInCheck(next);
-      child.stalemates = !child.mates;
-    }
-    children.push_back(child);
-  }
-  return children;
-}
-
 }  // namespace
 
 const VarnCallbacks SessionCallbacks = {OnReserved, OnNodes, OnDepth, OnCurrentMove, OnLine, OnReserved};
@@ -517,29 +537,36 @@ void Go(const GoRequest &request, bool wait) {
     return;
   }
   SearchOrder order;
+  std::vector<std::string> notes;
   const std::vector<std::string> legal = RulesLegalMoves(GameFen());
-  order.hostMove = HostMove(legal);
+  const std::vector<std::string> roots = ChosenRootMoves(legal, request.searchMoves, notes);
+  order.hostMove = HostMove(roots);
   order.noMoveScore = legal.empty() ? (RulesInCheck(GameFen()) ? "mate 0" : "cp 0") : "";
   if (request.perft >= 0) {
     Say("info string perft is not supported: answering with a move at once");
     AnswerAtOnce(order.hostMove, order.noMoveScore);
     return;
   }
-  if (request.searchMoves) Say("info string searchmoves is not supported: searching all moves");
-  if (request.depth >= 0 && request.depth < MinimumReportedDepth)
-    Say("info string depth " + std::to_string(request.depth) + " is searched to depth " +
-        std::to_string(MinimumReportedDepth) + ", the least the engine reports");
+  for (const std::string &note : notes) Say("info string " + note);
+  order.elo = int(OptionValue(EloOption));
+  order.level = OptionValue(LimitStrengthOption) && order.elo < LevelEloMax && !legal.empty();
+  const size_t lines = size_t(OptionValue(MultiPVOption));
+  // A single legal move is answered by the ordinary search, which plays it at once.
+  if (!order.level && legal.size() > 1 && (lines > 1 || roots.size() < legal.size())) order.lines = lines;
+  const int leastDepth = order.lines ? LinesMinimumDepth : MinimumReportedDepth;
+  if (request.depth >= 0 && request.depth < leastDepth)
+    Say("info string depth " + std::to_string(request.depth) + " is searched to depth " + std::to_string(leastDepth) +
+        ", the least the engine reports" + (order.lines ? " for several lines" : ""));
   order.plan = PlanSearch(request, GameWhiteToMove(), CurrentPlanSettings());
   if (ClockSpent(order.plan)) {
     AnswerAtOnce(order.hostMove, order.noMoveScore);
     return;
   }
   ReseedLevelIfAsked();
-  order.elo = int(OptionValue(EloOption));
-  order.level = OptionValue(LimitStrengthOption) && order.elo < LevelEloMax && !legal.empty();
-  if (order.level) order.children = LevelChildren(legal);
+  if (order.level || order.lines) order.children = RootChildren(GameFen(), roots);
   SyncEngine();
-  GameHandover(order.fen, order.moves, order.level ? 1 : 0);
+  // Room for a root move and its forced reply.
+  GameHandover(order.fen, order.moves, order.level || order.lines ? 2 : 0);
   SendPosition(order.fen, order.moves);
   if (!StartSearch(order)) {
     AnswerAtOnce(order.hostMove, order.noMoveScore);

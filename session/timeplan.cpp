@@ -50,33 +50,30 @@ void PlanDeadlines(SearchPlan &plan, int64_t clockMs, int64_t incrementMs, int64
 
 GoRequest ParseGo(const std::vector<std::string> &words, size_t first) {
   GoRequest request;
+  bool moves = false;  // the words after searchmoves are its moves, up to the next keyword
   for (size_t i = first; i < words.size(); ++i) {
     const std::string &word = words[i];
-    if (word == "infinite") {
-      request.infinite = true;
-      continue;
+    if (word == "infinite" || word == "ponder") {
+      (word == "infinite" ? request.infinite : request.ponder) = true;
+      moves = false;
+    } else if (word == "searchmoves") {
+      moves = true;
+    } else if (int64_t *slot = word == "wtime"       ? &request.whiteTime
+                               : word == "btime"     ? &request.blackTime
+                               : word == "winc"      ? &request.whiteIncrement
+                               : word == "binc"      ? &request.blackIncrement
+                               : word == "movestogo" ? &request.movesToGo
+                               : word == "depth"     ? &request.depth
+                               : word == "movetime"  ? &request.moveTime
+                               : word == "nodes"     ? &request.nodes
+                               : word == "mate"      ? &request.mate
+                               : word == "perft"     ? &request.perft
+                                                     : nullptr) {
+      moves = false;
+      if (i + 1 < words.size() && ReadWholeNumber(words[i + 1], 0, 1000000000, *slot)) ++i;
+    } else if (moves) {
+      request.searchMoves.push_back(word);
     }
-    if (word == "ponder") {
-      request.ponder = true;
-      continue;
-    }
-    if (word == "searchmoves") {
-      // Its moves are skipped as unknown words: every move is searched.
-      request.searchMoves = true;
-      continue;
-    }
-    int64_t *slot = word == "wtime"       ? &request.whiteTime
-                    : word == "btime"     ? &request.blackTime
-                    : word == "winc"      ? &request.whiteIncrement
-                    : word == "binc"      ? &request.blackIncrement
-                    : word == "movestogo" ? &request.movesToGo
-                    : word == "depth"     ? &request.depth
-                    : word == "movetime"  ? &request.moveTime
-                    : word == "nodes"     ? &request.nodes
-                    : word == "mate"      ? &request.mate
-                    : word == "perft"     ? &request.perft
-                                          : nullptr;
-    if (slot && i + 1 < words.size() && ReadWholeNumber(words[i + 1], 0, 1000000000, *slot)) ++i;
   }
   return request;
 }

@@ -16,7 +16,7 @@ struct GoRequest {
   int64_t nodes = -1;
   int64_t mate = -1;
   int64_t perft = -1;        // asked for, not honoured: answered at once
-  bool searchMoves = false;  // asked for, not honoured: all moves are searched
+  std::vector<std::string> searchMoves;  // the root moves to search; empty: all
   bool infinite = false;
   bool ponder = false;
 };

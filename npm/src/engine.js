@@ -35,11 +35,12 @@ export class VarnEngine {
     this.fen = 'startpos';
     this.played = [];
     this.limit = {};
-    this.search = null; // the running search: { lines, onInfo, resolve, last }
+    this.search = null; // the running search: { lines, pvs, onInfo, resolve, last }
     this.waiting = []; // [{ word, resolve, reject }] for uciok and readyok
     this.notes = []; // "info string" texts since the last readyok
     this.benchRun = null; // { lines, finish, reject } while a bench runs
     this.failure = null; // the Error that ended the engine
+    this.shownFen = null; // the "Fen:" line of the engine's last "d"
   }
 
   // True when the build with threads runs, false for the one without.
@@ -84,7 +85,8 @@ export class VarnEngine {
     else if (word === 'option') {
       const option = parseOption(line);
       if (option) this.options.set(option.name, option);
-    } else if (line.startsWith('id name ')) this.name = line.slice(8);
+    } else if (line.startsWith('Fen: ')) this.shownFen = line.slice(5);
+    else if (line.startsWith('id name ')) this.name = line.slice(8);
     else if (line.startsWith('id author ')) this.author = line.slice(10);
     else if (this.benchRun) {
       this.benchRun.lines.push(line);
@@ -106,8 +108,14 @@ export class VarnEngine {
     }
     const search = this.search;
     if (!search) return;
+    // A line's number: 1 unless the engine searches several (MultiPV).
+    if (info.pv || info.score) info.multipv ??= 1;
     if (info.score) search.last = info;
-    if (info.pv && info.score && !info.score.bound && info.depth > 0) search.lines.push(info);
+    if (info.pv && info.score && !info.score.bound && info.depth > 0) {
+      search.lines.push(info);
+      if (info.depth > (search.pvs[0]?.depth ?? 0)) search.pvs = [];
+      search.pvs[info.multipv - 1] = info;
+    }
     search.onInfo?.(info);
   }
 
@@ -132,6 +140,7 @@ export class VarnEngine {
       ponder: ponder || null,
       info: search.last,
       lines: search.lines,
+      pvs: search.pvs.filter(Boolean),
       whiteToMove: search.whiteToMove,
       notes: search.notes,
     });
@@ -165,10 +174,12 @@ export class VarnEngine {
 
   // Searches the position with the limits; resolves at the engine's
   // bestmove with { bestmove, ponder, info (the last line with a score),
-  // lines (every full line reported), whiteToMove, notes (the engine's notes
-  // on this position and these limits) }. Rejects with the engine's reason
-  // when it refuses the position or a move. A running search is stopped
-  // first. onInfo(info) sees every info line as it comes.
+  // lines (every full line reported), pvs (the last depth's lines, line 1
+  // first: as many as the MultiPV option asks), whiteToMove, notes (the
+  // engine's notes on this position and these limits) }. Rejects with the
+  // engine's reason when it refuses the position or a move. A running search
+  // is stopped first. onInfo(info) sees every info line as it comes; a line's
+  // info.multipv is its number.
   async analyse(onInfo = null) {
     if (this.failure) throw this.failure;
     // The position and limits as they are now, whatever is set while the
@@ -181,7 +192,7 @@ export class VarnEngine {
     while (this.search) await this.stop();
     if (this.failure) throw this.failure;
     return new Promise((resolve, reject) => {
-      const search = { lines: [], last: null, onInfo, resolve, reject, whiteToMove: white, notes: [], refused: null, checked: false, bestLine: null };
+      const search = { lines: [], pvs: [], last: null, onInfo, resolve, reject, whiteToMove: white, notes: [], refused: null, checked: false, bestLine: null };
       this.search = search;
       this.send(position);
       this.send(go);
@@ -224,6 +235,20 @@ export class VarnEngine {
     const readyok = this.expect('readyok');
     this.send('isready');
     return readyok;
+  }
+
+  // How the engine takes a position: { fen (six fields, after the moves),
+  // notes } with the FEN fields it had to drop named in notes, or { fen:
+  // null, notes } with the reason it refused the position. A running search
+  // is stopped first.
+  async readPosition(fen = 'startpos', moves = []) {
+    while (this.search) await this.stop();
+    this.shownFen = null;
+    this.send(positionCommand(fen, moves));
+    const notes = await this.ready();
+    this.send('d');
+    await this.ready();
+    return { fen: this.shownFen, notes };
   }
 
   // setoption: an engine option or parameter by name (see `options`);

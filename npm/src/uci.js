@@ -68,7 +68,8 @@ export function positionCommand(fen, moves = []) {
 const LimitWords = ['wtime', 'btime', 'winc', 'binc', 'movestogo', 'depth', 'nodes', 'mate', 'movetime'];
 
 // A "go" command for limits such as { depth: 10 }, { movetime: 500 } or
-// { wtime, btime, winc, binc }; without any limit the search runs until stop.
+// { wtime, btime, winc, binc }, and searchmoves (the root moves to search);
+// without any limit the search runs until stop.
 export function goCommand(limits = {}) {
   const words = ['go'];
   if (limits.ponder) words.push('ponder');
@@ -76,6 +77,7 @@ export function goCommand(limits = {}) {
     if (limits[key] !== undefined && limits[key] !== null) words.push(key, String(Math.max(0, Math.round(limits[key]))));
   }
   if (words.length === 1 || limits.infinite) words.push('infinite');
+  if (limits.searchmoves?.length) words.push('searchmoves', ...limits.searchmoves);
   return words.join(' ');
 }
 

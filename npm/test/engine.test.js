@@ -76,6 +76,22 @@ for (const threads of [true, false]) {
       assert.ok(legal('8/3k4/8/8/8/8/4K3/8 b - - 2 2').includes(next.bestmove));
       assert.deepEqual(await engine.setLevel(null), []);
     });
+
+    test('several lines: each report carries its number, the result the last depth\'s lines; searchmoves', async () => {
+      const fen = 'r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - 2 3';
+      assert.deepEqual(await engine.setOption('MultiPV', 3), []);
+      const seen = [];
+      const result = await engine.position(fen).limits({ depth: 7 }).analyse((info) => { if (info.pv) seen.push(info.multipv); });
+      assert.deepEqual(result.pvs.map((line) => [line.depth, line.multipv]), [[7, 1], [7, 2], [7, 3]]);
+      assert.equal(new Set(result.pvs.map((line) => line.pv[0])).size, 3);
+      assert.equal(result.bestmove, result.pvs[0].pv[0]);
+      assert.deepEqual(seen.slice(0, 3), [1, 2, 3]);
+      const chosen = await engine.limits({ depth: 6, searchmoves: ['a2a3', 'h2h3'] }).analyse();
+      assert.deepEqual(chosen.pvs.map((line) => line.pv[0]).sort(), ['a2a3', 'h2h3']);
+      await engine.setOption('MultiPV', 1);
+      const one = await engine.limits({ depth: 6 }).analyse();
+      assert.deepEqual(one.pvs.map((line) => line.multipv), [1]);
+    });
   });
 }
 

@@ -15,6 +15,8 @@ export type WhiteScore = { cp: number } | { mate: number } | { winner: 'white' |
 export interface Info {
   depth?: number;
   seldepth?: number;
+  /** The line's number, 1 for the best: set on every line with a score or moves. */
+  multipv?: number;
   nodes?: number;
   time?: number;
   nps?: number;
@@ -38,6 +40,8 @@ export interface Limits {
   movestogo?: number;
   infinite?: boolean;
   ponder?: boolean;
+  /** Only these root moves (coordinates) are searched and played. */
+  searchmoves?: string[];
 }
 
 /** What a search ends with. */
@@ -49,6 +53,8 @@ export interface SearchResult {
   info: Info | null;
   /** Every exact line the search reported, shallowest first. */
   lines: Info[];
+  /** The last depth's lines, line 1 first: as many as the MultiPV option asks. */
+  pvs: Info[];
   /** Whether White was to move in the searched position. */
   whiteToMove: boolean;
   /** The engine's notes on this position and these limits (a field of the FEN dropped). */
@@ -99,6 +105,9 @@ export declare class VarnEngine {
   stop(): Promise<void>;
   /** Resolves with the engine's notes once it has taken every command sent. */
   ready(): Promise<string[]>;
+  /** How the engine takes a position: its FEN after the moves (six fields) and the notes naming the
+   *  FEN fields it dropped, or fen null and the reason it refused the position. */
+  readPosition(fen?: string, moves?: string[]): Promise<{ fen: string | null; notes: string[] }>;
   /** setoption by name; resolves with the engine's notes (a value clamped or refused). */
   setOption(name: string, value?: string | number | boolean): Promise<string[]>;
   /** Plays at a level (an Elo within `levels`), or null for full strength; seed repeats a level's choices. */

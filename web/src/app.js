@@ -1,27 +1,31 @@
 // The analysis board: the game and the page's mode, over the board view, the
 // move list, analysis, play and review, each holding its own state.
-import { VarnEngine, annotatorText, reviewNotes } from 'varn';
+import { VarnEngine, annotatorText, reviewNotes, whiteScore } from 'varn';
 import { BoardView } from './board.js';
 import { MoveList } from './moves.js';
 import { Analysis } from './analysis.js';
 import { Play } from './play.js';
 import { Review } from './review.js';
 import { Game } from './game.js';
-import { newGame as newTree } from 'varn/pgn';
+import { StartFen, newGame as newTree } from 'varn/pgn';
 import { readFen, readMove, readPgn } from './position.js';
+import { linkTo, loadSaved, readLink, save } from './saved.js';
 import './style.css';
 
 const $ = (id) => document.getElementById(id);
 let engine = null;
 let engineError = null; // why the engine is not there: it failed to load or stopped
+let started = null;
+// Resolves once the engine has loaded (true) or failed (false).
+const engineStarted = new Promise((resolve) => { started = resolve; });
 let game = new Game();
 let mode = 'idle'; // idle, analysis, play or review
 
 const board = new BoardView($('board'), game.fen(), (lan) => userMove(lan));
 const moveList = new MoveList($('moves'), (path) => goPath(path));
 const analysis = new Analysis({
-  button: $('analyse'), depth: $('depth'), score: $('score'), nps: $('nps'), pv: $('pv'), bar: $('eval-white'), barText: $('eval-text'),
-}, board);
+  button: $('analyse'), depth: $('depth'), score: $('score'), nps: $('nps'), lines: $('lines'), bar: $('eval-white'), barText: $('eval-text'),
+}, board, (moves) => playLine(moves));
 const play = new Play({
   level: $('play-level'), result: $('result'), playing: $('playing'), resign: $('resign'), clocks: { w: $('clock-w'), b: $('clock-b') },
 }, { onEngineMove: (lan) => engineMove(lan), onEnd: (result) => gameEnded(result) });
@@ -32,6 +36,8 @@ function say(text, kind = 'error') {
   box.textContent = text;
   box.className = kind;
   box.hidden = !text;
+  // The message stands above the board and moves it.
+  keepBoardInView();
 }
 
 // The position at the cursor as the engine and the views take it.
@@ -57,6 +63,32 @@ function show() {
   $('delete-move').disabled = game.cursor === 0 || mode === 'play';
   $('fen').value = game.fen();
   $('status-line').textContent = game.outcome() || `${chess.turn() === 'w' ? 'White' : 'Black'} to move${chess.inCheck() ? ', in check' : ''}.`;
+  analysis.result(chess.isCheckmate() ? whiteScore({ mate: 0 }, chess.turn() === 'w') : chess.isStalemate() ? { draw: true } : null);
+  keepBoardInView();
+  remember();
+}
+
+// On a small screen the board stays wholly in view as the game moves on.
+function keepBoardInView() {
+  const box = $('board').getBoundingClientRect();
+  if (box.top < 0 || box.bottom > window.innerHeight) $('board').scrollIntoView({ block: 'nearest' });
+}
+
+// The settings the page keeps, by the id of their control.
+const SettingIds = ['lines-count', 'time-control', 'play-level', 'play-colour', 'review-limit'];
+
+// Keeps the game, the position shown and the settings for the next visit.
+function remember() {
+  const settings = Object.fromEntries(SettingIds.map((id) => [id, $(id).value]));
+  save({ pgn: game.pgn(), path: game.path(), settings: { ...settings, side: board.side } });
+}
+
+// Sets the controls to kept settings where they still offer the value.
+function applySettings(settings = {}) {
+  for (const id of SettingIds) {
+    if ([...$(id).options].some((option) => option.value === settings[id])) $(id).value = settings[id];
+  }
+  analysis.count = Number($('lines-count').value);
 }
 
 // The shown position changed: the views draw it and the analysis follows.
@@ -92,6 +124,14 @@ async function edit(change) {
   change();
   if (game.mainMoves.join(' ') !== main) review.clear();
   moved();
+}
+
+// Plays the moves of an engine line from the position shown.
+function playLine(moves) {
+  if (!canMove()) return;
+  let played = 0;
+  while (played < moves.length && game.play(moves[played])) played += 1;
+  if (played) moved();
 }
 
 async function userMove(lan) {
@@ -141,6 +181,91 @@ async function newGame(next = new Game()) {
   moved();
 }
 
+// A sentence from an engine's note.
+const sentence = (note) => `${note[0].toUpperCase()}${note.slice(1)}.`;
+
+// Ends a game against Varn or a review before another game comes.
+async function settle() {
+  if (mode === 'play') await play.end(null);
+  await stopReview();
+}
+
+// A start position as the engine reads it: { fen, notes } with the fields it
+// dropped named in notes, or null after telling why it refused it. Without
+// an engine the position stays as it is.
+async function engineFen(fen) {
+  if (!engine && !engineError) say('The engine is loading: the position follows once it has read it.', 'info');
+  // Without an engine (it failed to load or stopped) the position stays as it is.
+  if (!(await engineStarted) || !engine) return { fen, notes: [] };
+  const taken = await engine.readPosition(fen);
+  if (taken.fen) return { fen: taken.fen, notes: taken.notes.map(sentence) };
+  moved(); // the engine's reading stopped the analysis of the game shown
+  say(`Not a valid FEN: ${taken.notes.join('; ').replace(/^illegal position: /, '')}.`);
+  return null;
+}
+
+// Loads a FEN, read by the engine (by chess.js without one); notes: what to
+// tell the player beside the engine's notes.
+async function loadFen(text, notes = []) {
+  const typed = text.trim().replace(/\s+/g, ' ');
+  if (!typed) return say('Enter a FEN first.');
+  return loading(async () => {
+    await settle();
+    const read = (await engineStarted) && engine ? { fen: typed } : readFen(typed);
+    if (read.error) return say(read.error);
+    const taken = await engineFen(read.fen);
+    if (!taken) return undefined;
+    await newGame(new Game(newTree(taken.fen)));
+    return say([...notes, ...taken.notes].join(' '), 'info');
+  });
+}
+
+// Runs a load; the page is marked while it waits for the engine (for tests).
+async function loading(load) {
+  document.body.dataset.loading = 'true';
+  try {
+    return await load();
+  } finally {
+    delete document.body.dataset.loading;
+  }
+}
+
+// Loads a game (the page's Game) on its start position as the engine reads
+// it, and shows the move at path (its start by default).
+async function loadGame(next, path = null, notes = []) {
+  await settle();
+  // The standard start position needs no reading.
+  const taken = next.start === StartFen ? { fen: StartFen, notes: [] } : await loading(() => engineFen(next.start));
+  if (!taken) return undefined;
+  let repaired = next;
+  if (taken.fen !== next.start) {
+    // The game's moves are read again from the position the engine took.
+    next.setTag('SetUp', '1');
+    next.setTag('FEN', taken.fen);
+    try {
+      repaired = Game.read(next.pgn());
+    } catch (error) {
+      return say(`Not a valid PGN: ${[...taken.notes, ''].join(' ')}${error.message}.`);
+    }
+  }
+  await newGame(repaired);
+  if (path) goPath(path);
+  say([...notes, ...taken.notes].join(' '), 'info');
+  return undefined;
+}
+
+// Opens what a link carries (a position or a game), then drops it from the
+// address: from here on the page keeps the game as it goes on.
+async function openLink(hash) {
+  const link = readLink(hash);
+  if (!link) return undefined;
+  history.replaceState(null, '', location.href.split('#')[0]);
+  if (link.fen) return loadFen(link.fen, ['Opened the shared position.']);
+  const read = await readPgn(link.pgn);
+  if (read.error) return say(read.error);
+  return loadGame(read.game, link.path, ['Opened the shared game.']);
+}
+
 // The tags of a game played against Varn, for a game that has none yet.
 function nameGame(human) {
   if (game.tree.tags.some(([name]) => !['SetUp', 'FEN'].includes(name))) return;
@@ -159,7 +284,11 @@ $('last').onclick = () => goTo(game.length);
 $('undo').onclick = () => edit(() => game.undo());
 $('promote').onclick = () => edit(() => game.promote());
 $('delete-move').onclick = () => edit(() => game.remove());
-$('flip').onclick = () => board.flip();
+$('flip').onclick = () => {
+  const turning = board.flip();
+  remember();
+  return turning;
+};
 document.addEventListener('keydown', (event) => {
   if (event.target.closest('input, textarea, select')) return;
   if (event.key === 'ArrowLeft') goTo(game.cursor - 1);
@@ -178,18 +307,30 @@ $('move-form').addEventListener('submit', (event) => {
 
 $('fen-form').addEventListener('submit', (event) => {
   event.preventDefault();
-  const read = readFen($('fen').value);
-  if (read.error) return say(read.error);
-  say('');
-  return newGame(new Game(newTree(read.fen)));
+  return loadFen($('fen').value);
 });
 $('load-pgn').onclick = async () => {
   const read = await readPgn($('pgn').value);
   if (read.error) return say(read.error);
   const others = read.count > 1 ? ` (the first of the ${read.count} games in the text)` : '';
-  say(`Loaded a game of ${read.game.mainMoves.length} half-moves${others}.`, 'info');
-  return newGame(read.game);
+  return loadGame(read.game, null, [`Loaded a game of ${read.game.mainMoves.length} half-moves${others}.`]);
 };
+$('share').onclick = async () => {
+  const base = location.href.split('#')[0];
+  const moved = game.tree.root.children.length > 0;
+  const link = moved ? linkTo(base, { pgn: game.pgn(), path: game.path() }) : linkTo(base, { fen: game.fen() });
+  $('link').value = link;
+  $('link').hidden = false;
+  $('link').select();
+  try {
+    await navigator.clipboard.writeText(link);
+    say('The link to this game is copied, and in the box below.', 'info');
+  } catch {
+    say('The link to this game is in the box below.', 'info');
+  }
+};
+for (const id of SettingIds) $(id).addEventListener('change', remember);
+$('lines-count').addEventListener('change', () => analysis.lines(Number($('lines-count').value)));
 $('export-pgn').onclick = () => {
   $('pgn').value = game.pgn();
   say('The PGN of this game is in the box below the FEN.', 'info');
@@ -272,6 +413,17 @@ function engineFailed(error) {
   show();
 }
 
+// The last visit's game, position and settings; a link opens once the engine
+// can read its position.
+const saved = loadSaved();
+applySettings(saved?.settings);
+if (saved?.settings?.side === 'b') await board.orient('b');
+try {
+  if (saved?.pgn) game = Game.read(saved.pgn);
+  game.select(saved?.path ?? []);
+} catch {
+  game = new Game();
+}
 show();
 try {
   engine = await VarnEngine.start({
@@ -283,6 +435,7 @@ try {
   // Without shared memory (no isolation headers) the engine runs without threads.
   $('engine-status').textContent = `${engine.name} · WebAssembly${engine.threads ? '' : ' (one thread)'} · ${hash} MB table`;
   play.offerLevels(engine.levels);
+  applySettings(saved?.settings);
   document.body.dataset.engine = 'ready';
   // For the browser tests: the engine's benchmark through this page.
   window.varnBench = (depth) => engine.bench(depth);
@@ -292,3 +445,6 @@ try {
   document.body.dataset.engine = 'failed';
   say(`The engine could not be loaded: ${error.message}`);
 }
+started(Boolean(engine));
+await openLink(location.hash);
+window.addEventListener('hashchange', () => openLink(location.hash));

@@ -15,6 +15,7 @@ export class BoardView {
   constructor(element, fen, onMove) {
     this.onMove = onMove;
     this.fen = fen;
+    this.bottom = 'w';
     this.board = new Chessboard(element, {
       position: fen,
       assetsUrl: './board-assets/',
@@ -47,12 +48,18 @@ export class BoardView {
   // Turns the board so that side ('w' or 'b') is at the bottom; the board
   // takes one turn at a time, so each is awaited.
   async orient(side, animated = false) {
+    this.bottom = side;
     const colour = side === 'b' ? COLOR.black : COLOR.white;
     if (this.board.getOrientation() !== colour) await this.board.setOrientation(colour, animated);
   }
 
+  // The side at the bottom, 'w' or 'b', from the moment the board starts to turn.
+  get side() {
+    return this.bottom;
+  }
+
   flip() {
-    return this.orient(this.board.getOrientation() === COLOR.white ? 'b' : 'w', true);
+    return this.orient(this.bottom === 'w' ? 'b' : 'w', true);
   }
 
   input(event) {

@@ -32,7 +32,14 @@ export class MoveList {
     const items = [];
     this.line(items, game.tree.root, [], true, 'li');
     this.list.replaceChildren(...items);
-    this.list.querySelector('.current')?.scrollIntoView({ block: 'nearest' });
+    // The list scrolls to the current move; the page itself does not move.
+    const current = this.list.querySelector('.current');
+    if (current) {
+      const { top, bottom } = current.getBoundingClientRect();
+      const box = this.list.getBoundingClientRect();
+      if (top < box.top) this.list.scrollTop -= box.top - top;
+      else if (bottom > box.bottom) this.list.scrollTop += bottom - box.bottom;
+    }
   }
 
   // Adds the elements of the line that starts with parent's child `first`

@@ -71,6 +71,8 @@ async function clickMove(from, to) {
 async function loadFen(text) {
   await page.fill('#fen', text);
   await page.click('#fen-form button');
+  // The engine reads the position before the board takes it.
+  await page.waitForFunction(() => !document.body.dataset.loading);
 }
 
 describe('the analysis board on a plain static host', () => {
@@ -116,7 +118,7 @@ describe('the analysis board on a plain static host', () => {
   test('bad input gets a message and changes nothing', async () => {
     const cases = [
       ['#fen', 'rnbqkbnr/pppppppp/8/8 w KQkq - 0 1', '#fen-form button', /^Not a valid FEN/],
-      ['#fen', 'rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQ1BNR w kq - 0 1', '#fen-form button', /white king/],
+      ['#fen', 'rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQ1BNR w kq - 0 1', '#fen-form button', /^Not a valid FEN: each side needs exactly one king/],
       ['#fen', '4k3/8/8/8/8/8/4Q3/4K3 w - - 0 1', '#fen-form button', /not to move is in check/],
       ['#pgn', '1. e4 e5 2. Ke3 Nc6', '#load-pgn', /^Not a valid PGN/],
       ['#move-input', 'Nf3', '#move-form button', /^Illegal move: Nf3/],
@@ -126,6 +128,9 @@ describe('the analysis board on a plain static host', () => {
     for (const [field, text, button, message] of cases) {
       await page.fill(field, text);
       await page.click(button);
+      // A FEN is answered once the engine has read it.
+      await page.waitForFunction(([source, flags]) => new RegExp(source, flags).test(document.getElementById('message').textContent),
+        [message.source, message.flags], { timeout: 10000 }).catch(() => {});
       assert.match(await page.textContent('#message'), message, text);
       await page.fill('#fen', position);
       assert.equal(await moveCount(), 3, text);
@@ -269,12 +274,146 @@ describe('the analysis board on a plain static host', () => {
     assert.match(exported, /\{ \[%eval [-#.\d]+\] \}/);
     assert.match(exported, /\$4\s\{ \[%eval [^\]]+\] \}\s\(\d+\.+ /);
     assert.match(exported, / 7\.\.\. Nf3# 0-1\n$/);
-    // Analysis on a reviewed position: the page as the README shows it.
+    // Analysis on a reviewed position, three lines: the page as the README shows it.
+    await page.selectOption('#lines-count', '3');
     await page.click('#analyse');
-    await page.waitForFunction(() => Number(document.getElementById('pv').dataset.depth) >= 8, null, { timeout: 60000 });
+    await page.waitForFunction(() => Number(document.querySelector('#lines [data-line="3"] .line-moves')?.dataset.depth) >= 8, null, { timeout: 60000 });
     await page.screenshot({ path: `${shots}page.png` });
     await page.click('#analyse');
     await page.waitForFunction(() => document.getElementById('analyse').textContent === 'Start analysis');
+    await page.selectOption('#lines-count', '1');
+  });
+});
+
+// Opens the page in a fresh browser context (its own storage) at a size.
+async function openPage(url, viewport = { width: 1280, height: 900 }) {
+  const context = await browser.newContext({ viewport });
+  const opened = await context.newPage();
+  opened.on('pageerror', (error) => console.error('page error:', error.message));
+  await opened.goto(url);
+  await opened.waitForSelector('body[data-engine=ready]', { timeout: 30000 });
+  return opened;
+}
+
+describe('lines, links and reloads', () => {
+  const home = `http://127.0.0.1:${port}/`;
+
+  test('several lines: best first with distinct moves, and a click plays a line', async () => {
+    await page.selectOption('#lines-count', '3');
+    const position = 'r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - 2 3';
+    await loadFen(position);
+    await page.waitForFunction((text) => document.getElementById('fen').value === text, position);
+    await page.click('#analyse');
+    // Lines of this position (White's third move) to depth 8.
+    await page.waitForFunction(() => [1, 2, 3].every((n) => {
+      const moves = document.querySelector(`#lines [data-line="${n}"] .line-moves`);
+      return moves?.textContent.startsWith('3.') && Number(moves.dataset.depth) >= 8;
+    }), null, { timeout: 90000 });
+    await page.click('#analyse');
+    await page.waitForFunction(() => document.getElementById('analyse').textContent === 'Start analysis');
+    const lines = await page.$$eval('#lines .line', (items) => items.map((item) => [item.querySelector('.line-score').textContent, item.querySelector('.line-move').textContent]));
+    assert.equal(lines.length, 3);
+    assert.equal(new Set(lines.map(([, move]) => move)).size, 3, JSON.stringify(lines));
+    const scores = lines.map(([score]) => Number(score));
+    assert.deepEqual([...scores].sort((a, b) => b - a), scores, 'White to move: the best line scores highest');
+    assert.equal(await page.textContent('#score'), lines[0][0]);
+    await page.screenshot({ path: `${shots}lines.png` });
+    // The second move of line 2: both its moves are played.
+    const [first, second] = await page.$$eval('#lines [data-line="2"] .line-move', (moves) => moves.slice(0, 2).map((m) => m.textContent));
+    await page.click('#lines [data-line="2"] .line-move[data-move="1"]');
+    assert.deepEqual(await page.$$eval('#moves .move', (moves) => moves.map((m) => m.textContent.replace(/^\d+\.\s*/, ''))), [first, second]);
+    await page.selectOption('#lines-count', '1');
+  });
+
+  test('a castling right without its rook is dropped as the engine drops it', async () => {
+    await loadFen('r3k2r/8/8/8/8/8/8/4K3 w KQkq - 0 1');
+    await page.waitForFunction(() => document.getElementById('message').textContent.includes('castling'));
+    assert.match(await page.textContent('#message'), /^Position: dropped castling right K \(its king or rook is not at home\)\. Position: dropped castling right Q/);
+    assert.equal(await fen(), 'r3k2r/8/8/8/8/8/8/4K3 w kq - 0 1');
+    await clickSquare('e1');
+    await clickSquare('g1');
+    await page.waitForTimeout(300);
+    assert.equal(await moveCount(), 0, 'the king cannot castle without a rook');
+  });
+
+  test('the game, the position shown and the settings survive a reload', async () => {
+    await page.fill('#pgn', '1. e4 e5 2. Nf3 Nc6 3. Bb5 a6 *');
+    await page.click('#load-pgn');
+    await page.click('#moves .move[data-ply="3"]');
+    await page.selectOption('#lines-count', '4');
+    await page.selectOption('#review-limit', 'ms:500');
+    const rank = async (square) => (await page.locator(`#board rect[data-square="${square}"]`).boundingBox()).y;
+    await page.click('#flip');
+    await page.waitForFunction(() => {
+      const y = (square) => document.querySelector(`#board rect[data-square="${square}"]`).getBoundingClientRect().y;
+      return y('a1') < y('a8');
+    });
+    const position = await fen();
+    await page.reload();
+    await page.waitForSelector('body[data-engine=ready]', { timeout: 30000 });
+    assert.equal(await moveCount(), 6);
+    assert.equal(await page.getAttribute('#moves .move.current', 'data-ply'), '3');
+    assert.equal(await fen(), position);
+    assert.deepEqual([await page.inputValue('#lines-count'), await page.inputValue('#review-limit')], ['4', 'ms:500']);
+    assert.ok(await rank('a1') < await rank('a8'), 'Black is still at the bottom');
+    await page.click('#flip');
+    await page.selectOption('#lines-count', '1');
+  });
+
+  test('a link opens the game or the position elsewhere', async () => {
+    await page.click('#share');
+    const link = await page.inputValue('#link');
+    assert.ok(link.startsWith(home) && link.includes('#pgn='), link);
+    const other = await openPage(link);
+    // A page in the background draws no frames: its waits poll.
+    await other.waitForFunction(() => document.getElementById('message').textContent.startsWith('Opened the shared game'), null, { polling: 100 });
+    assert.equal(await other.locator('#moves li .move').count(), 6);
+    assert.equal(await other.getAttribute('#moves .move.current', 'data-ply'), '3');
+    assert.equal(await other.inputValue('#fen'), await fen());
+    // A position link, with a field the engine drops.
+    await other.goto(`${home}#fen=${encodeURIComponent('4k3/8/8/8/8/8/8/4K2R w KQ e3 0 1')}`);
+    await other.waitForFunction(() => document.getElementById('message').textContent.startsWith('Opened the shared position'), null, { polling: 100 });
+    assert.equal(await other.inputValue('#fen'), '4k3/8/8/8/8/8/8/4K2R w K - 0 1');
+    assert.match(await other.textContent('#message'), /dropped castling right Q .* dropped en passant square e3/);
+    assert.equal(new URL(other.url()).hash, '', 'the address no longer holds the link');
+    // A game link whose start the engine repairs: the moves are read from the repaired position.
+    const game = '[SetUp "1"]\n[FEN "r3k2r/8/8/8/8/8/8/4K3 w KQkq - 0 1"]\n\n1. Kd2 O-O *';
+    await other.goto(`${home}#${new URLSearchParams({ pgn: game, at: '0.0' })}`);
+    await other.waitForFunction(() => document.getElementById('message').textContent.startsWith('Opened the shared game'), null, { polling: 100 });
+    assert.match(await other.textContent('#message'), /dropped castling right K /);
+    assert.equal(await other.inputValue('#fen'), 'r4rk1/8/8/8/8/8/3K4/8 w - - 2 2');
+    await other.context().close();
+  });
+
+  test('on a phone a move keeps the whole board in view; a mate shows its result', async () => {
+    const phone = await openPage(home, { width: 390, height: 844 });
+    await phone.fill('#pgn', '1. e4 e5 2. Nf3 Nc6 3. Bb5 a6 4. Ba4 Nf6 5. O-O Be7 6. Re1 b5 7. Bb3 d6 8. c3 O-O 9. h3 Nb8 10. d4 Nbd7 *');
+    await phone.click('#load-pgn');
+    await phone.click('#last');
+    const inView = async () => {
+      const box = await phone.locator('#board').boundingBox();
+      return box.y >= 0 && box.y + box.height <= 844;
+    };
+    for (const [from, to] of [['c1', 'g5'], ['c7', 'c5'], ['b1', 'd2']]) {
+      for (const square of [from, to]) {
+        const box = await phone.locator(`#board rect[data-square="${square}"]`).boundingBox();
+        await phone.mouse.click(box.x + box.width / 2, box.y + box.height / 2);
+      }
+      await phone.waitForTimeout(300);
+      assert.ok(await inView(), `the board is in view after ${from}${to}`);
+    }
+    assert.equal(await phone.locator('#moves li .move').count(), 23);
+    await phone.screenshot({ path: `${shots}phone.png` });
+    await phone.fill('#fen', '6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - 0 1');
+    await phone.click('#fen-form button');
+    await phone.fill('#move-input', 'Rd8');
+    await phone.click('#move-form button');
+    await phone.waitForFunction(() => document.getElementById('eval-text').textContent === '1-0');
+    assert.equal(await phone.textContent('#score'), '1-0');
+    assert.equal(await phone.$eval('#eval-white', (bar) => bar.style.height), '100%');
+    assert.ok(await inView(), 'the board is in view after the mate');
+    await phone.screenshot({ path: `${shots}phone-mate.png` });
+    await phone.context().close();
   });
 });
 

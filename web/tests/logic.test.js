@@ -6,6 +6,7 @@ import { Chess } from 'chess.js';
 import { readFen, readMove, readPgn } from '../src/position.js';
 import { Game } from '../src/game.js';
 import { newGame } from 'varn/pgn';
+import { linkTo, readLink } from '../src/saved.js';
 
 describe('user input', () => {
   test('bad FENs are refused with a reason', () => {
@@ -109,5 +110,20 @@ describe('the game', () => {
     // A result set by play does not override the rules' draw.
     played.setResult('1-0');
     assert.equal(played.result(), '1/2-1/2');
+  });
+});
+
+describe('the page kept and shared', () => {
+  test('a game goes into a link and back: its variations, comments and the move shown', async () => {
+    const { game } = await readPgn('[SetUp "1"]\n[FEN "7k/P7/8/8/8/8/8/K7 w - - 0 1"]\n\n1. a8=Q+ {check} Kh7 (1... Kg7) 2. Qb7+ *');
+    game.select([0, 1]);
+    const link = linkTo('https://example.org/varn/', { pgn: game.pgn(), path: game.path() });
+    const read = readLink(new URL(link).hash);
+    const back = (await readPgn(read.pgn)).game;
+    back.select(read.path);
+    assert.deepEqual([back.pgn(), back.fen()], [game.pgn(), game.fen()]);
+    const start = '7k/P7/8/8/8/8/8/K7 w - - 0 1';
+    assert.deepEqual(readLink(new URL(linkTo('https://example.org/', { fen: start })).hash), { fen: start });
+    assert.equal(readLink('#other=1'), null);
   });
 });

@@ -49,6 +49,8 @@ struct SharedState {
   bool ponderHit = false;
   bool nodesReached = false; // a report reached the plan's node limit
   bool mateFound = false;    // a line reached the plan's mate limit
+  bool uncut = false;        // the running VarnAnalyse is a short search for a move
+  Clock::time_point uncutStart;
   bool watchdogQuit = false;
   SearchPlan plan;
   Clock::time_point goTime;
@@ -181,10 +183,16 @@ bool StopDueNow() {
   return StopDue(Clock::now());
 }
 
-// The deadline after now, if any.
+// The deadline after now, if any. A short search for a move is cut only
+// when its grace is over: the plan's after a deadline, a fixed one after a stop.
 bool NextDeadline(Clock::time_point now, Clock::time_point &wake) {
   const SharedState &s = State;
-  if (!s.analysing || (s.plan.ponder && !s.ponderHit) || s.plan.stopAfterMs < 0) return false;
+  if (!s.analysing) return false;
+  if (s.uncut) {
+    wake = s.uncutStart + std::chrono::milliseconds(s.stopRequested ? ShortSearchGraceMs : s.plan.graceMs);
+    return true;
+  }
+  if ((s.plan.ponder && !s.ponderHit) || s.plan.stopAfterMs < 0) return false;
   wake = s.clockBase + std::chrono::milliseconds(s.plan.stopAfterMs);
   return wake > now;
 }
@@ -196,13 +204,14 @@ void Watchdog() {
   std::unique_lock<std::mutex> lock(StateLock);
   while (!State.watchdogQuit) {
     Clock::time_point now = Clock::now();
-    if (State.analysing && StopDue(now)) {
+    Clock::time_point wake;
+    const bool deadline = NextDeadline(now, wake);
+    if (State.analysing && (State.uncut ? now >= wake : StopDue(now))) {
       Varn.StopAnalyse();
       StateChanged.wait_for(lock, std::chrono::milliseconds(5));
       continue;
     }
-    Clock::time_point wake;
-    if (NextDeadline(now, wake)) {
+    if (deadline) {
       StateChanged.wait_until(lock, wake);
     } else {
       StateChanged.wait(lock);
@@ -210,14 +219,17 @@ void Watchdog() {
   }
 }
 
-// One VarnAnalyse call with the watchdog informed; returns its result.
-int32_t Analyse(bool ponder) {
+// One VarnAnalyse call with the watchdog informed; returns its result. An
+// uncut call is left to end by its own limit.
+int32_t Analyse(bool ponder, bool uncut = false) {
   bool asPonder = false;
   {
     std::lock_guard<std::mutex> guard(StateLock);
     asPonder = ponder && !State.ponderHit;
     State.phasePonder = asPonder;
     State.analysing = true;
+    State.uncut = uncut;
+    State.uncutStart = Clock::now();
     Report.earlierNodes = Report.nodes;
     Report.counter = NodeCounter();
     StateChanged.notify_all();
@@ -227,6 +239,7 @@ int32_t Analyse(bool ponder) {
     std::lock_guard<std::mutex> guard(StateLock);
     State.analysing = false;
     State.phasePonder = false;
+    State.uncut = false;
     StateChanged.notify_all();
   }
   return result;
@@ -297,17 +310,18 @@ std::vector<ScoredMove> ScoreRootMoves(const SearchOrder &order, int plies) {
 
 // A level's move: passes over the root moves, each a ply deeper than the last
 // up to the level's depth while time allows, then the choice among the last
-// complete pass (or the part of the first pass there was time for).
+// complete pass. Without a complete pass the level has no move of its own.
 void RunLevel(const SearchOrder &order) {
   const LevelStyle style = LevelStyleFor(order.elo);
   Report.quiet = true;
   std::vector<ScoredMove> scored;
+  int32_t depth = 0;
   for (int plies = MinimumReportedDepth; plies <= style.childPlies; ++plies) {
     std::vector<ScoredMove> pass = ScoreRootMoves(order, plies);
-    const bool complete = pass.size() == order.children.size();
-    if (complete || scored.empty()) scored = pass;
-    if (!complete) break;
-    Report.bestDepth = plies + 1;
+    // A pass the clock cut short may lack the best move: the last complete one stands.
+    if (pass.size() < order.children.size()) break;
+    scored = std::move(pass);
+    depth = plies + 1;
     // A deeper pass costs several times this one; start it only when that fits.
     const int64_t budget = order.plan.budgetMs;
     if (budget >= 0 && ElapsedSinceGo() * 4 > budget) break;
@@ -319,13 +333,22 @@ void RunLevel(const SearchOrder &order) {
   const ScoredMove &chosen = scored[ChooseLevelMove(scored, style)];
   Report.bestLine = chosen.line;
   Report.bestScore = chosen.score;
-  Report.bestDepth = std::max(Report.bestDepth, MinimumReportedDepth + 1);
+  Report.bestDepth = depth;
+}
+
+// A short ordinary search of the root: the move of a go that ended before it
+// found one. Neither a stop nor the deadline cuts it before its grace is over;
+// it costs a few hundredths of a second.
+void ShortSearch(const SearchOrder &order) {
+  SendPosition(order.fen, order.moves);
+  Varn.SetDepth(MinimumReportedDepth);
+  Analyse(false, true);
 }
 
 // The search thread: the planned search (or a level's), a depth-5 follow-up
-// when the library's own clock ended it before it reported a line and the
-// host's time is not up, the wait a held bestmove needs, then bestmove.
-// Without a line the library's front root move is played, else the host's.
+// when it ended before it reported a line (cut by the host's deadline only
+// when a fail high or the front root move can be played instead), the wait a
+// held bestmove needs, then bestmove.
 void RunSearch(SearchOrder order) {
   const SearchPlan &plan = order.plan;
   int32_t result = 0;
@@ -334,7 +357,11 @@ void RunSearch(SearchOrder order) {
   } else {
     SetLimit(plan);
     result = Analyse(plan.ponder);
-    if (result == 0 && Report.bestLine.empty() && !StopDueNow()) {
+  }
+  if (result == 0 && Report.bestLine.empty()) {
+    if (Report.fallbackMove.empty()) {
+      ShortSearch(order);
+    } else if (!StopDueNow()) {
       Varn.SetDepth(MinimumReportedDepth);
       Analyse(false);
     }

@@ -1,5 +1,5 @@
 // VarnEngine in Node against the built engine: results paired with their own
-// search, stops answered, the levels' range and notes read from the engine.
+// search, stops answered, the levels read from the engine and played.
 import { describe, test, before, after } from 'node:test';
 import assert from 'node:assert/strict';
 import { Chess } from 'chess.js';
@@ -41,13 +41,29 @@ describe('VarnEngine', () => {
     assert.deepEqual([stalemate.bestmove, stalemate.info.score], [null, { cp: 0 }]);
   });
 
-  test('levels: the range comes from the engine, values outside it are clamped with a note', async () => {
-    const { min, max } = engine.levels;
+  test('levels: round steps below full strength from the engine, values outside its range clamped with a note', async () => {
+    const { min, max, steps } = engine.levels;
     assert.deepEqual([engine.options.get('UCI_Elo').min, engine.options.get('UCI_Elo').max], [min, max]);
+    assert.ok(steps.length >= 5 && steps[0] >= min && steps.at(-1) < max, steps.join(' '));
+    assert.ok(steps.every((elo, i) => elo % 100 === 0 && (i === 0 || elo > steps[i - 1])), steps.join(' '));
     const notes = await engine.setLevel(min - 100, 7);
     assert.ok(notes.some((note) => note.includes(String(min))), notes.join(' | '));
     const move = await engine.position('startpos').limits({ depth: 6 }).analyse();
     assert.ok(legal(new Chess().fen()).includes(move.bestmove));
     assert.deepEqual(await engine.setLevel(null), []);
+  });
+
+  test('setLevel plays the level: its seeds vary the first move, which full strength never does', async () => {
+    const firstMoves = async (elo) => {
+      const moves = new Set();
+      for (const seed of [1, 2, 3, 4, 5, 6]) {
+        await engine.setLevel(elo, seed);
+        await engine.newGame();
+        moves.add((await engine.position('startpos').limits({ depth: 5 }).analyse()).bestmove);
+      }
+      return moves;
+    };
+    assert.ok((await firstMoves(engine.levels.min)).size > 1);
+    assert.equal((await firstMoves(null)).size, 1);
   });
 });

@@ -19,12 +19,12 @@ struct StyleMark {
   LevelStyle style;
 };
 constexpr StyleMark StyleMarks[] = {
-    {LevelEloMin, {5, 100, 1000, 200}},
-    {1000, {5, 80, 700, 120}},
-    {1200, {5, 62, 400, 50}},
-    {1400, {5, 45, 310, 20}},
-    {1600, {5, 30, 250, 0}},
-    {1800, {6, 16, 170, 0}},
+    {LevelEloMin, {5, 50, 1000, 130}},
+    {1000, {5, 45, 750, 85}},
+    {1200, {5, 42, 550, 65}},
+    {1400, {5, 38, 420, 45}},
+    {1600, {5, 32, 330, 25}},
+    {1800, {6, 15, 170, 2}},
     {LevelEloMax, {7, 1, 50, 0}},
 };
 
@@ -92,13 +92,15 @@ size_t ChooseLevelMove(const std::vector<ScoredMove> &moves, const LevelStyle &s
   for (const ScoredMove &move : moves) values.push_back(Value(move.score));
   const size_t best = size_t(std::max_element(values.begin(), values.end()) - values.begin());
   if (moves[best].score > MateThreshold) return best;
-  // A misjudged move looks like the position's ordinary move: the median.
+  // A misjudged move that is worse than the position's ordinary move (the
+  // median) looks as good as the best: a piece left en prise. One that is
+  // better looks ordinary: a capture missed.
   std::vector<int32_t> sorted = values;
   std::nth_element(sorted.begin(), sorted.begin() + long(sorted.size() / 2), sorted.end());
   const int32_t ordinary = sorted[sorted.size() / 2];
   std::vector<int32_t> seen = values;
   for (int32_t &value : seen)
-    if (RandomFraction() * 1000 < style.misjudgedPerMil) value = ordinary;
+    if (RandomFraction() * 1000 < style.misjudgedPerMil) value = value < ordinary ? values[best] : ordinary;
   // Moves that lose more than the style allows are never played, seen or not.
   int32_t bestSeen = seen[best];
   for (size_t i = 0; i < moves.size(); ++i)

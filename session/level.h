@@ -2,10 +2,10 @@
 // their own. Every root move is scored by a short search of the position after
 // it, and the move played is drawn at random with chances that fall as its
 // loss against the best move grows. Weaker levels spread their chances wider,
-// allow larger losses and misjudge more moves: a misjudged move looks to them
-// like an ordinary move of the position, so they leave pieces en prise and
-// miss captures as weak players do. A mate found is always played, and from
-// 1000 up a free queen is always taken.
+// allow larger losses and misjudge more moves: a misjudged move that loses
+// looks to them as good as the best, one that wins looks ordinary, so they
+// leave pieces en prise and miss captures as weak players do. A mate found is
+// always played, and from 1000 up a free queen is always taken.
 #pragma once
 
 #include <cstdint>

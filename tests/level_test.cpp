@@ -104,8 +104,8 @@ TEST(LevelChoice, WeakLevelsMissCapturesAndHangPiecesStrongOnesRarely) {
     moves.erase(moves.begin());
     const double hung = double(Draws(moves, LevelStyleFor(elo), draws)["hang"]) / draws;
     if (elo <= 1000) {
-      EXPECT_GT(missed, 0.1) << elo;
-      EXPECT_GT(hung, 0.03) << elo;
+      EXPECT_GT(missed, 0.2) << elo;
+      EXPECT_GT(hung, 0.015) << elo;
     }
     if (elo >= 1800) {
       EXPECT_LT(missed, 0.01) << elo;

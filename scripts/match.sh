@@ -1,16 +1,18 @@
 #!/usr/bin/env bash
 # Plays varn against another UCI engine with the fastchess match runner, or
 # two builds of varn against each other with a sequential probability ratio
-# test. Every opening of scripts/openings.epd is played twice, once with each
+# test. Every opening of the opening set is played twice, once with each
 # colour. Prints Elo with its error bar and fails when varn loses on time,
 # plays an illegal move, crashes or stalls.
 #
 # Usage:
 #   scripts/match.sh OPPONENT [games] [time control] [option=value ...]
 #       OPPONENT: a UCI engine's command (toga2, glaurung, ethereal-chess,
-#       gnuchessu, stockfish, or a path); options are set on the opponent,
-#       e.g. UCI_LimitStrength=true UCI_Elo=1800, or on varn when written
-#       varn.NAME=VALUE (varn.UCI_LimitStrength=true varn.UCI_Elo=1500).
+#       gnuchessu, stockfish, or a path: another varn plays a level against
+#       varn's); options are set on the opponent, e.g. UCI_LimitStrength=true
+#       UCI_Elo=1800, or on varn when written varn.NAME=VALUE
+#       (varn.UCI_LimitStrength=true varn.UCI_Elo=1400). The opponent is
+#       named after its command and the UCI_Elo it is given.
 #       Defaults: 100 games, 10+0.1.
 #   scripts/match.sh --sprt OLD_VARN [games] [time control] [elo0 elo1]
 #       build/varn (new) against another varn binary (old) until the test
@@ -18,7 +20,8 @@
 #
 # fastchess comes from the PATH or from $FASTCHESS. It is MIT-licensed; build
 # it from its source (https://github.com/Disservin/fastchess, `make -j`).
-# Environment: MATCH_DIR (output folder, default build/match),
+# Environment: MATCH_OPENINGS (the opening set: an .epd or .pgn file, default
+# scripts/openings.epd), MATCH_DIR (output folder, default build/match),
 # MATCH_CONCURRENCY (games at once, default: the number of cores),
 # MATCH_TIMEMARGIN (ms an engine may overstep its clock before it forfeits,
 # default 0; for a machine whose other work delays the engines), VARN (the
@@ -82,21 +85,29 @@ if [ "$sprt" = 1 ]; then
   name=varn-old
 else
   name=$(basename "$opponent")
-  engine=(-engine "cmd=$(command -v "$opponent")" "name=$name")
+  engine=()
   for option in "$@"; do
     case "$option" in
       varn.*) option=${option#varn.}; args+=("option.${option%%=*}=${option#*=}") ;;
+      UCI_Elo=*) name="$name-${option#*=}"; engine+=("option.${option%%=*}=${option#*=}") ;;
       *) engine+=("option.${option%%=*}=${option#*=}") ;;
     esac
   done
-  args+=("${engine[@]}")
+  [ "$name" = varn ] && name=varn-full
+  args+=(-engine "cmd=$(realpath "$(command -v "$opponent")")" "name=$name" "${engine[@]}")
 fi
 
-echo "varn against $name: $games games at $tc, $concurrency at once; games in $pgn"
+openings=$(realpath "${MATCH_OPENINGS:-$root/scripts/openings.epd}")
+case "$openings" in
+  *.pgn) format=pgn ;;
+  *) format=epd ;;
+esac
+
+echo "varn against $name: $games games at $tc, $concurrency at once, openings $openings; games in $pgn"
 (cd "$out" && "$fastchess" "${args[@]}" -each proto=uci "tc=$tc" "timemargin=${MATCH_TIMEMARGIN:-0}" \
-  -openings file="$root/scripts/openings.epd" format=epd order=sequential \
+  -openings file="$openings" format="$format" order=sequential \
   -rounds "$rounds" -repeat -concurrency "$concurrency" -ratinginterval 0 \
-  -pgnout file="$pgn" -log file="$out/fastchess.log" level=warn) | tee "$out/report.txt" |
+  -pgnout file="$pgn" notation=uci -log file="$out/fastchess.log" level=warn) | tee "$out/report.txt" |
   grep -E '^(Results of|Elo:|LLR:|Games:|Points:|Ptnml|SPRT)' || true
 
 # Losses of varn that were not decided on the board.

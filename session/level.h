@@ -1,25 +1,33 @@
 // Levels: Varn at a chosen strength, for players who want an opponent near
 // their own. Every root move is scored by a short search of the position after
-// it; the move played is drawn at random, with chances that fall as its loss
-// against the best move grows. The lower the level, the flatter the chances
-// and the larger the losses it may choose, so it errs like a weaker player:
-// often a little, rarely a lot, never past a mate in one or a free queen.
+// it, and the move played is drawn at random with chances that fall as its
+// loss against the best move grows. Weaker levels spread their chances wider,
+// allow larger losses and misjudge more moves: a misjudged move that loses
+// looks to them as good as the best, one that wins looks ordinary, so they
+// leave pieces en prise and miss captures as weak players do. A mate found is
+// always played, and from 1000 up a free queen is always taken.
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
-// The range of UCI_Elo: measured levels, up to full strength at the top.
-constexpr int LevelEloMin = 1260;
+// The range of UCI_Elo, up to full strength at the top.
+constexpr int LevelEloMin = 800;
 constexpr int LevelEloMax = 2045;
 
 // How a level plays.
 struct LevelStyle {
-  int childPlies;     // depth of the search after each root move
-  int spreadCp;       // a loss of this many centipawns divides a move's chance by e
-  int largestLossCp;  // moves losing more are never chosen
+  int childPlies;       // depth of the search after each root move
+  int spreadCp;         // a loss of this many centipawns divides a move's chance by e
+  int largestLossCp;    // moves losing more are never chosen
+  int misjudgedPerMil;  // the share of moves, per thousand, whose score the level does not see
 };
+
+// The Elo of the marks whose styles are set; styles between two marks are
+// drawn from the lower one's depth and straight lines for the rest.
+std::span<const int> LevelMarks();
 
 // The style of the level with this Elo (clamped to the range); full strength
 // has no style and is played by the ordinary search.
@@ -33,8 +41,8 @@ struct ScoredMove {
   std::string line;  // the move and the search's line after it
 };
 
-// Chances (not normalised) of moves that lose these many centipawns against
-// the best one.
+// Chances (not normalised) of moves that look this many centipawns worse
+// than the best-looking one.
 std::vector<double> LevelChances(const std::vector<int32_t> &losses, const LevelStyle &style);
 
 // What a move loses against the best score; mates count beyond every other
@@ -42,7 +50,9 @@ std::vector<double> LevelChances(const std::vector<int32_t> &losses, const Level
 int32_t ScoreLoss(int32_t best, int32_t score);
 
 // The index of the move a level plays among scored moves (at least one): a
-// mate found is always played, anything else is drawn by LevelChances.
+// mate found is always played; otherwise some moves are misjudged, and the
+// move is drawn by LevelChances of how much worse each looks, among the moves
+// that lose no more than the style allows.
 size_t ChooseLevelMove(const std::vector<ScoredMove> &moves, const LevelStyle &style);
 
 // Starts the level's random choices anew: from the Level Seed option when it

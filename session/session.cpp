@@ -59,6 +59,8 @@ struct SharedState {
   bool ponderHit = false;
   bool nodesReached = false; // a report reached the plan's node limit
   bool mateFound = false;    // a line reached the plan's mate limit
+  bool uncut = false;        // the running VarnAnalyse is a short search for a move
+  Clock::time_point uncutStart;
   bool watchdogQuit = false;
   SearchPlan plan;
   Clock::time_point goTime;
@@ -205,12 +207,28 @@ void WaitUntil(Released released) {
 #endif
 }
 
+// When the running short search for a move may be cut (see ShortSearch).
+Clock::time_point ShortSearchCut() {
+  return State.uncutStart + std::chrono::milliseconds(ShortSearchCutMs(State.plan, State.stopRequested));
+}
+
+// True once the running VarnAnalyse must be stopped: a short search for a
+// move only when its grace is over, any other search when StopDue says so.
+bool CutDue(Clock::time_point now) {
+  return State.uncut ? now >= ShortSearchCut() : StopDue(now);
+}
+
 #ifndef VARN_SINGLE_THREAD
 // The deadline after now, if any.
 bool NextDeadline(Clock::time_point now, Clock::time_point &wake) {
   const SharedState &s = State;
+  if (!s.analysing) return false;
+  if (s.uncut) {
+    wake = ShortSearchCut();
+    return true;
+  }
   const int64_t deadline = HostDeadlineMs(s.plan, s.ponderHit);
-  if (!s.analysing || deadline < 0) return false;
+  if (deadline < 0) return false;
   wake = s.clockBase + std::chrono::milliseconds(deadline);
   return wake > now;
 }
@@ -222,13 +240,14 @@ void Watchdog() {
   std::unique_lock<std::mutex> lock(StateLock);
   while (!State.watchdogQuit) {
     Clock::time_point now = Clock::now();
-    if (State.analysing && StopDue(now)) {
+    Clock::time_point wake;
+    const bool deadline = NextDeadline(now, wake);
+    if (State.analysing && CutDue(now)) {
       Varn.StopAnalyse();
       StateChanged.wait_for(lock, std::chrono::milliseconds(StopRepeatMs));
       continue;
     }
-    Clock::time_point wake;
-    if (NextDeadline(now, wake)) {
+    if (deadline) {
       StateChanged.wait_until(lock, wake);
     } else {
       StateChanged.wait(lock);
@@ -237,14 +256,17 @@ void Watchdog() {
 }
 #endif
 
-// One VarnAnalyse call with the watchdog informed; returns its result.
-int32_t Analyse(bool ponder) {
+// One VarnAnalyse call with the watchdog informed; returns its result. An
+// uncut call is left to end by its own limit.
+int32_t Analyse(bool ponder, bool uncut = false) {
   bool asPonder = false;
   {
     std::lock_guard<std::mutex> guard(StateLock);
     asPonder = ponder && !State.ponderHit;
     State.phasePonder = asPonder;
     State.analysing = true;
+    State.uncut = uncut;
+    State.uncutStart = Clock::now();
     Report.earlierNodes = Report.nodes;
     Report.counter = NodeCounter();
     StateChanged.notify_all();
@@ -261,6 +283,7 @@ int32_t Analyse(bool ponder) {
     std::lock_guard<std::mutex> guard(StateLock);
     State.analysing = false;
     State.phasePonder = false;
+    State.uncut = false;
     StateChanged.notify_all();
   }
   return result;
@@ -315,17 +338,18 @@ PositionSearch SearchAfter(const SearchOrder &order) {
 
 // A level's move: passes over the root moves, each a ply deeper than the last
 // up to the level's depth while time allows, then the choice among the last
-// complete pass (or the part of the first pass there was time for).
+// complete pass. Without a complete pass the level has no move of its own.
 void RunLevel(const SearchOrder &order) {
   const LevelStyle style = LevelStyleFor(order.elo);
   Report.quiet = true;
   std::vector<ScoredMove> scored;
+  int32_t depth = 0;
   for (int plies = MinimumReportedDepth; plies <= style.childPlies; ++plies) {
     std::vector<ScoredMove> pass = ScoreRootMoves(order.children, plies, SearchAfter(order));
-    const bool complete = pass.size() == order.children.size();
-    if (complete || scored.empty()) scored = pass;
-    if (!complete) break;
-    Report.bestDepth = plies + 1;
+    // A pass the clock cut short may lack the best move: the last complete one stands.
+    if (pass.size() < order.children.size()) break;
+    scored = std::move(pass);
+    depth = plies + 1;
     if (!LevelMayDeepen(order.plan, ElapsedSinceGo())) break;
   }
   Report.quiet = false;
@@ -335,7 +359,16 @@ void RunLevel(const SearchOrder &order) {
   const ScoredMove &chosen = scored[ChooseLevelMove(scored, style)];
   Report.bestLine = chosen.line;
   Report.bestScore = chosen.score;
-  Report.bestDepth = std::max(Report.bestDepth, MinimumReportedDepth + 1);
+  Report.bestDepth = depth;
+}
+
+// A short ordinary search of the root: the move of a go that ended before it
+// found one. Neither a stop nor the deadline cuts it before its grace is over;
+// it costs a few hundredths of a second.
+void ShortSearch(const SearchOrder &order) {
+  SendPosition(order.fen, order.moves);
+  Varn.SetDepth(MinimumReportedDepth);
+  Analyse(false, true);
 }
 
 // The info line of line number index at depth.
@@ -389,9 +422,9 @@ void RunLines(const SearchOrder &order) {
 }
 
 // The search thread: the planned search (or a level's), a depth-5 follow-up
-// when the library's own clock ended it before it reported a line and the
-// host's time is not up, the wait a held bestmove needs, then bestmove.
-// Without a line the library's front root move is played, else the host's.
+// when it ended before it reported a line (cut by the host's deadline only
+// when a fail high or the front root move can be played instead), the wait a
+// held bestmove needs, then bestmove.
 void RunSearch(SearchOrder order) {
   const SearchPlan &plan = order.plan;
   int32_t result = 0;
@@ -410,11 +443,14 @@ void RunSearch(SearchOrder order) {
       result = Analyse(false);
     }
 #endif
-    if (FollowUpDue(result == 0, !Report.bestLine.empty(), StopDueNow())) {
+    if (!Report.fallbackMove.empty() && FollowUpDue(result == 0, !Report.bestLine.empty(), StopDueNow())) {
       Varn.SetDepth(MinimumReportedDepth);
       Analyse(false);
     }
   }
+  // Nothing to play yet (a stop or the deadline came first): a short ordinary
+  // search gives the move, never the first legal one.
+  if (result == 0 && Report.bestLine.empty() && Report.fallbackMove.empty()) ShortSearch(order);
   WaitUntil([&] { return State.stopRequested || !plan.hold || (plan.ponder && State.ponderHit); });
   std::string best = WordAt(Report.bestLine, 0);
   std::string ponder = WordAt(Report.bestLine, 1);
@@ -631,7 +667,7 @@ void OnClockRead() {
   if (inside || !State.analysing) return;
   inside = true;
   HostTurn(false);
-  if (StopDue(Clock::now())) Varn.StopAnalyse();
+  if (CutDue(Clock::now())) Varn.StopAnalyse();
   inside = false;
 }
 #endif

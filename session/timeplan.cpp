@@ -44,6 +44,8 @@ void PlanDeadlines(SearchPlan &plan, int64_t clockMs, int64_t incrementMs, int64
     plan.mode = LimitMode::Infinite;
     plan.stopAfterMs = std::min(budget, cap);
   }
+  // A short search past the deadline spends at most half of what is left.
+  plan.graceMs = std::clamp<int64_t>((clockMs - settings.moveOverheadMs - plan.stopAfterMs) / 2, 0, ShortSearchGraceMs);
 }
 
 }  // namespace
@@ -93,6 +95,7 @@ SearchPlan PlanSearch(const GoRequest &request, bool whiteToMove, const PlanSett
     const int64_t overhead = std::min<int64_t>(settings.moveOverheadMs, request.moveTime / 5);
     plan.stopAfterMs = std::max<int64_t>(0, request.moveTime - overhead);
     plan.budgetMs = plan.stopAfterMs;
+    plan.graceMs = overhead / 2;
   } else if (request.depth >= 0 || request.mate >= 0) {
     // A mate in n moves needs 2n - 1 plies; the deeper of the two limits counts.
     const int64_t plies = std::max(request.depth, request.mate >= 0 ? 2 * request.mate - 1 : -1);
@@ -130,4 +133,8 @@ bool FollowUpDue(bool hadMoves, bool lineReported, bool stopDue) { return hadMov
 
 bool LevelMayDeepen(const SearchPlan &plan, int64_t elapsedMs) {
   return plan.budgetMs < 0 || elapsedMs * 4 <= plan.budgetMs;
+}
+
+int64_t ShortSearchCutMs(const SearchPlan &plan, bool stopRequested) {
+  return stopRequested ? ShortSearchGraceMs : plan.graceMs;
 }

@@ -21,6 +21,10 @@ struct GoRequest {
   bool ponder = false;
 };
 
+// The most a short search may take after a stop or the host's deadline, when
+// the search ended without a move to play.
+constexpr int64_t ShortSearchGraceMs = 200;
+
 // The library's search limits.
 enum class LimitMode { Infinite, Depth, Blitz, MovesInTime };
 
@@ -37,6 +41,7 @@ struct SearchPlan {
   int64_t budgetMs = -1;    // what a move is expected to take, when the clock or movetime says
   int64_t nodeLimit = -1;   // host stops the search once a report shows as many nodes
   int64_t mateMoves = -1;   // host stops the search once a mate in this many moves is reported
+  int64_t graceMs = ShortSearchGraceMs;  // a short search for a move may run this long past the deadline
 };
 
 // The host's settings that shape a plan.
@@ -78,6 +83,11 @@ constexpr int StopRepeatMs = 5;
 // goes on to MinimumReportedDepth, unless it had no move or the host's
 // deadline or a stop came first.
 bool FollowUpDue(bool hadMoves, bool lineReported, bool stopDue);
+
+// A go that ended before it had a move to play gets one from a short ordinary
+// search, which may run this many ms past its start: after a stop
+// ShortSearchGraceMs, after the deadline the plan's grace.
+int64_t ShortSearchCutMs(const SearchPlan &plan, bool stopRequested);
 
 // A level starts a pass a ply deeper only while it has spent less than a
 // quarter of its budget: each pass costs several times the one before.

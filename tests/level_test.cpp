@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <map>
+#include <set>
 
 #include "level.h"
 #include "options.h"
@@ -13,48 +14,119 @@
 
 namespace {
 
-constexpr int Levels[] = {LevelEloMin, 1500, 1650, 1800, LevelEloMax - 1};
+// The marks and a level between every two of them.
+std::vector<int> SomeLevels() {
+  std::vector<int> levels;
+  for (const int mark : LevelMarks()) {
+    if (!levels.empty()) levels.push_back((levels.back() + mark) / 2);
+    if (mark < LevelEloMax) levels.push_back(mark);
+  }
+  return levels;
+}
 
-TEST(LevelChoice, ChancesFallAsTheLossGrowsAndRiseAsTheLevelDrops) {
+TEST(LevelStyles, WeakerLevelsErrMoreAndNoneDeeperThanTheMarkBelow) {
   std::vector<int32_t> losses;
   for (int32_t loss = 0; loss <= 1200; loss += 10) losses.push_back(loss);
-  std::vector<double> lower;
-  for (int elo = LevelEloMin; elo < LevelEloMax; elo += 50) {
+  LevelStyle previous = LevelStyleFor(LevelEloMin);
+  std::vector<double> lower = LevelChances(losses, previous);
+  int markBelow = LevelEloMin;
+  for (int elo = LevelEloMin; elo < LevelEloMax; ++elo) {
     const LevelStyle style = LevelStyleFor(elo);
     const std::vector<double> chances = LevelChances(losses, style);
     EXPECT_EQ(chances[0], 1.0) << elo;
     for (size_t i = 1; i < chances.size(); ++i) {
-      EXPECT_LE(chances[i], chances[i - 1]) << elo << " at loss " << losses[i];
-      if (losses[i] <= style.largestLossCp) {
-        EXPECT_LT(chances[i], chances[i - 1]);
-      } else {
-        EXPECT_EQ(chances[i], 0.0);
-      }
+      EXPECT_LT(chances[i], chances[i - 1]) << elo << " at loss " << losses[i];
       // A weaker level gives every loss at least the chance a stronger one does.
-      if (!lower.empty()) {
-        EXPECT_GE(lower[i], chances[i]) << elo << " at loss " << losses[i];
-      }
+      EXPECT_GE(lower[i], chances[i]) << elo << " at loss " << losses[i];
     }
-    // A free queen is never given away, at any level.
-    EXPECT_LT(style.largestLossCp, 800) << elo;
+    EXPECT_LE(style.largestLossCp, previous.largestLossCp) << elo;
+    EXPECT_LE(style.misjudgedPerMil, previous.misjudgedPerMil) << elo;
+    // A level searches as deep as the mark at or below it, never as the one above.
+    if (std::ranges::find(LevelMarks(), elo) != LevelMarks().end()) markBelow = elo;
+    EXPECT_EQ(style.childPlies, LevelStyleFor(markBelow).childPlies) << elo;
+    // From 1000 up no level gives a queen away or leaves one untaken.
+    if (elo >= 1000) {
+      EXPECT_LT(style.largestLossCp, 800) << elo;
+    }
+    previous = style;
     lower = chances;
   }
 }
 
-TEST(LevelChoice, DrawsFollowTheChancesAndMatesAreAlwaysPlayed) {
-  const LevelStyle style = LevelStyleFor(LevelEloMin);
-  const std::vector<ScoredMove> moves = {{"a", -40, ""}, {"b", 10, ""}, {"c", -150, ""}, {"d", -2000, ""}};
+// How often each move is played in many draws.
+std::map<std::string, int> Draws(const std::vector<ScoredMove> &moves, const LevelStyle &style, int draws) {
   std::map<std::string, int> counts;
-  for (int i = 0; i < 20000; ++i) counts[moves[ChooseLevelMove(moves, style)].move]++;
-  EXPECT_GT(counts["b"], counts["a"]);
-  EXPECT_GT(counts["a"], counts["c"]);
-  EXPECT_GT(counts["c"], 0);
-  EXPECT_EQ(counts["d"], 0);
+  for (int i = 0; i < draws; ++i) counts[moves[ChooseLevelMove(moves, style)].move]++;
+  return counts;
+}
+
+TEST(LevelChoice, DrawsFollowTheChancesAndMatesAreAlwaysPlayed) {
+  SetOption(SeedOption, "5");
+  ReseedLevel();
+  // Without misjudged moves every move is played as often as its chance says.
+  const LevelStyle style{5, 50, 400, 0};
+  const std::vector<ScoredMove> moves = {{"a", -40, ""}, {"b", 10, ""}, {"c", -150, ""}, {"d", -600, ""}};
+  std::vector<int32_t> losses;
+  for (const ScoredMove &move : moves) losses.push_back(ScoreLoss(10, move.score));
+  const std::vector<double> chances = LevelChances(losses, style);
+  const double total = chances[0] + chances[1] + chances[2];
+  const int draws = 40000;
+  std::map<std::string, int> counts = Draws(moves, style, draws);
+  for (size_t i = 0; i < 3; ++i) EXPECT_NEAR(counts[moves[i].move], draws * chances[i] / total, draws * 0.01) << i;
+  EXPECT_EQ(counts["d"], 0) << "a move losing more than the level allows";
   // Losses of mates count beyond every score: the shorter mate is the best.
   EXPECT_LT(ScoreLoss(ScoreInfinite - 2, ScoreInfinite - 4), ScoreLoss(ScoreInfinite - 2, 1400));
   // Even a mate so long that a big win scores near it is always played.
   const std::vector<ScoredMove> mating = {{"x", 1450, ""}, {"mate", MateThreshold + 30, ""}, {"y", 1449, ""}};
-  for (int i = 0; i < 200; ++i) EXPECT_EQ(mating[ChooseLevelMove(mating, style)].move, "mate");
+  for (const int elo : SomeLevels()) EXPECT_EQ(Draws(mating, LevelStyleFor(elo), 200)["mate"], 200) << elo;
+}
+
+// A position as a level sees it: one capture that wins a piece, twenty
+// ordinary moves and six that leave a piece en prise.
+std::vector<ScoredMove> KnightToTake() {
+  std::vector<ScoredMove> moves = {{"take", 300, ""}};
+  for (int i = 0; i < 20; ++i) moves.push_back({"ordinary", -2 * i, ""});
+  for (int i = 0; i < 6; ++i) moves.push_back({"hang", -310, ""});
+  return moves;
+}
+
+TEST(LevelChoice, WeakLevelsMissCapturesAndHangPiecesStrongOnesRarely) {
+  SetOption(SeedOption, "9");
+  ReseedLevel();
+  const int draws = 10000;
+  double missedBefore = 1, hungBefore = 1;
+  for (const int elo : {800, 1200, 1600, 1800}) {
+    std::vector<ScoredMove> moves = KnightToTake();
+    std::map<std::string, int> counts = Draws(moves, LevelStyleFor(elo), draws);
+    const double missed = 1 - double(counts["take"]) / draws;
+    // The same position after the capture was taken back: all that can go
+    // wrong is a piece left en prise.
+    moves.erase(moves.begin());
+    const double hung = double(Draws(moves, LevelStyleFor(elo), draws)["hang"]) / draws;
+    if (elo <= 800) {
+      EXPECT_GT(missed, 0.2) << elo;
+      EXPECT_GT(hung, 0.015) << elo;
+    }
+    if (elo >= 1800) {
+      EXPECT_LT(missed, 0.01) << elo;
+      EXPECT_LT(hung, 0.001) << elo;
+    }
+    EXPECT_TRUE(missed < missedBefore || missed == 0) << elo;
+    EXPECT_LE(hung, hungBefore) << elo;
+    missedBefore = missed;
+    hungBefore = hung;
+  }
+  // A queen for nothing is taken from 1000 up, and sometimes missed below.
+  std::vector<ScoredMove> queen = KnightToTake();
+  queen[0].score = 900;
+  for (const int elo : SomeLevels()) {
+    const int taken = Draws(queen, LevelStyleFor(elo), 400)["take"];
+    if (elo >= 1000) {
+      EXPECT_EQ(taken, 400) << elo;
+    } else if (elo == LevelEloMin) {
+      EXPECT_LT(taken, 400) << elo;
+    }
+  }
 }
 
 // Plays at a level with a seed from a new game.
@@ -71,7 +143,7 @@ class LevelGames : public testing::Test {
   static void TearDownTestSuite() { EndSession(); }
 };
 
-TEST_F(LevelGames, EveryLevelTakesAFreeQueenAndMatesInOne) {
+TEST_F(LevelGames, FromThousandUpEveryLevelTakesAFreeQueenAndMatesInOne) {
   const struct {
     const char *fen, *move;
   } cases[] = {
@@ -80,22 +152,19 @@ TEST_F(LevelGames, EveryLevelTakesAFreeQueenAndMatesInOne) {
       {"6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - 0 1", "d1d8"},
       {"3r2k1/5ppp/8/8/8/8/5PPP/6K1 b - - 0 1", "d8d1"},
   };
-  for (const int elo : Levels) {
-    for (int seed = 1; seed <= 2; ++seed) {
-      UseLevel(elo, seed);
-      for (const auto &c : cases) {
-        Position(std::string("fen ") + c.fen);
-        EXPECT_EQ(BestMove(GoAndWait("depth 5")), c.move) << elo << " seed " << seed << ": " << c.fen;
-      }
+  for (const int elo : SomeLevels()) {
+    if (elo < 1000) continue;
+    UseLevel(elo, 1);
+    for (const auto &c : cases) {
+      Position(std::string("fen ") + c.fen);
+      EXPECT_EQ(BestMove(GoAndWait("depth 5")), c.move) << elo << ": " << c.fen;
     }
   }
 }
 
-// A game of some plies at one level from the start position, whose moves must
-// all be legal.
-std::vector<std::string> LevelGame(int elo, int seed, int plies) {
+// Some plies at one level from the start position, whose moves must all be legal.
+std::vector<std::string> LevelGame(int plies) {
   std::vector<std::string> moves;
-  UseLevel(elo, seed);
   for (int ply = 0; ply < plies; ++ply) {
     Position("startpos moves " + JoinWords(moves));
     const std::vector<std::string> legal = RulesLegalMoves(GameFen());
@@ -106,11 +175,91 @@ std::vector<std::string> LevelGame(int elo, int seed, int plies) {
   return moves;
 }
 
-TEST_F(LevelGames, ASeedReplaysAGameAndOtherSeedsVaryIt) {
-  const std::vector<std::string> game = LevelGame(LevelEloMin, 11, 12);
-  EXPECT_EQ(LevelGame(LevelEloMin, 11, 12), game);
-  EXPECT_NE(LevelGame(LevelEloMin, 12, 12), game);
-  EXPECT_NE(LevelGame(LevelEloMin, 13, 12), game);
+TEST_F(LevelGames, ASeedReplaysEveryGameAndWithoutOneGamesDiffer) {
+  UseLevel(LevelEloMin, 11);
+  const std::vector<std::string> game = LevelGame(12);
+  // The seed set once replays the game after every new game...
+  NewGame();
+  EXPECT_EQ(LevelGame(12), game);
+  // ...but does not restart the draws at every move of one game.
+  std::set<std::string> replies;
+  for (int i = 0; i < 10; ++i) {
+    Position("startpos");
+    replies.insert(BestMove(GoAndWait("wtime 60000 btime 60000")));
+  }
+  EXPECT_GT(replies.size(), 1u);
+  UseLevel(LevelEloMin, 12);
+  EXPECT_NE(LevelGame(12), game);
+  // Seed 0: every game draws anew.
+  UseLevel(LevelEloMin, 0);
+  const std::vector<std::string> unseeded = LevelGame(12);
+  NewGame();
+  EXPECT_NE(LevelGame(12), unseeded);
+}
+
+// The number after word in the last info line with a depth ("depth", "nodes").
+int64_t FinalInfo(const std::vector<std::string> &lines, const std::string &word) {
+  int64_t value = -1;
+  for (const std::string &line : lines) {
+    const std::vector<std::string> words = SplitWords(line);
+    if (words.size() < 2 || words[0] != "info" || words[1] != "depth") continue;
+    const auto at = std::find(words.begin(), words.end(), word);
+    if (at != words.end() && at + 1 != words.end()) value = std::stoll(*(at + 1));
+  }
+  return value;
+}
+
+TEST_F(LevelGames, DeeperPassesOnlyWhenTimeAllowsAndNeverPartOfOne) {
+  // The shallowest mark whose level searches deeper than one pass, and the
+  // level just below it.
+  int deep = LevelEloMin;
+  for (const int mark : LevelMarks())
+    if (LevelStyleFor(mark).childPlies > MinimumReportedDepth && deep == LevelEloMin) deep = mark;
+  ASSERT_LT(deep, LevelEloMax);
+  const int plies = LevelStyleFor(deep).childPlies;
+  const char *fen = "fen rnb1kbnr/pppp1ppp/8/8/3qP3/2N2N2/PPPP1PPP/R1BQKB1R w KQkq - 0 4";
+  std::vector<std::string> info;
+  UseLevel(deep, 3);
+  Position(fen);
+  GoAndWait("wtime 600000 btime 600000", &info);
+  EXPECT_EQ(FinalInfo(info, "depth"), plies + 1) << "a level with time to spare";
+  UseLevel(deep - 1, 3);
+  Position(fen);
+  GoAndWait("wtime 600000 btime 600000", &info);
+  EXPECT_EQ(FinalInfo(info, "depth"), LevelStyleFor(deep - 1).childPlies + 1) << "the level below the mark";
+  UseLevel(deep, 3);
+  Position(fen);
+  GoAndWait("wtime 3000 btime 3000", &info);
+  EXPECT_LE(FinalInfo(info, "depth"), MinimumReportedDepth + 1) << "a level short of time";
+  // A deeper pass cut short by the node limit after its first move lacks the
+  // capture: the complete pass before it chooses.
+  const std::vector<std::string> legal = RulesLegalMoves(GameFen());
+  ASSERT_NE(legal.front(), "f3d4");
+  UseLevel(LevelEloMin + 1, 3);
+  NewGame();
+  GoAndWait("wtime 600000 btime 600000", &info);
+  const int64_t onePass = FinalInfo(info, "nodes");
+  UseLevel(deep, 3);
+  Position(fen);
+  EXPECT_EQ(BestMove(GoAndWait("nodes " + std::to_string(onePass + 1), &info)), "f3d4");
+  EXPECT_EQ(FinalInfo(info, "depth"), MinimumReportedDepth + 1);
+}
+
+TEST_F(LevelGames, AStopBeforeTheMovesAreScoredPlaysAShortSearchsMove) {
+  for (const bool level : {true, false}) {
+    if (level) UseLevel(LevelEloMin, 4);
+    if (!level) SetOption(LimitStrengthOption, "false");
+    NewGame();
+    Position("fen 6k1/5ppp/8/8/8/8/5PPP/R5K1 w - - 0 1");
+    TakeOutput();
+    Go(ParseGo(SplitWords("movetime 2000"), 0), false);
+    Stop();
+    JoinSearch(false);
+    std::string best;
+    for (const std::string &line : TakeOutput())
+      if (line.rfind("bestmove ", 0) == 0) best = BestMove(line);
+    EXPECT_EQ(best, "a1a8") << (level ? "at a level" : "at full strength");
+  }
 }
 
 TEST_F(LevelGames, FullStrengthIsTheOrdinarySearch) {

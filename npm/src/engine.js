@@ -5,6 +5,9 @@
 import { openTransport } from './transport.js';
 import { goCommand, isRefusal, parseInfo, parseOption, positionCommand, whiteToMove } from './uci.js';
 
+// The Elo between two levels offered to a player.
+const LevelStep = 200;
+
 export class VarnEngine {
   // Loads the engine. options: url (the folder with the engine files, default
   // the package's own), threads (false: the build without threads even where
@@ -258,11 +261,16 @@ export class VarnEngine {
     return this.ready();
   }
 
-  // The Elo range of the levels, from the engine's UCI_Elo option: { min,
-  // max }, max being full strength. null for an engine without levels.
+  // The levels, from the engine's UCI_Elo option: { min, max, steps }, max
+  // being full strength and steps the levels to offer a player: every
+  // LevelStep Elo from min while a whole step remains below full strength.
+  // null for an engine without levels.
   get levels() {
     const elo = this.options.get('UCI_Elo');
-    return elo ? { min: elo.min, max: elo.max } : null;
+    if (!elo) return null;
+    const steps = [];
+    for (let level = Math.ceil(elo.min / LevelStep) * LevelStep; level + LevelStep <= elo.max; level += LevelStep) steps.push(level);
+    return { min: elo.min, max: elo.max, steps };
   }
 
   // Plays at a level: an Elo within `levels` (clamped by the engine), or

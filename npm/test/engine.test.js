@@ -1,7 +1,8 @@
 // VarnEngine in Node against the built engine, both builds: results paired
 // with their own search, stops answered, bad input refused with the engine's
 // reason, notes returned by the call that caused them, the Hash range held,
-// and the engine a guest in the user's process (its errors, its exit).
+// the levels played, and the engine a guest in the user's process (its
+// errors, its exit).
 import { describe, test, before, after } from 'node:test';
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
@@ -95,6 +96,27 @@ for (const threads of [true, false]) {
   });
 }
 
+describe('levels', () => {
+  test('round steps below full strength from the engine; setLevel plays the level: its seeds vary the first move, which full strength never does', async () => {
+    const engine = await VarnEngine.start({ threads: false });
+    const { min, max, steps } = engine.levels;
+    assert.ok(steps.length >= 5 && steps[0] >= min && steps.at(-1) < max, steps.join(' '));
+    assert.ok(steps.every((elo, i) => elo % 100 === 0 && (i === 0 || elo > steps[i - 1])), steps.join(' '));
+    const firstMoves = async (elo) => {
+      const moves = new Set();
+      for (const seed of [1, 2, 3, 4, 5, 6]) {
+        await engine.setLevel(elo, seed);
+        await engine.newGame();
+        moves.add((await engine.position('startpos').limits({ depth: 5 }).analyse()).bestmove);
+      }
+      return moves;
+    };
+    assert.ok((await firstMoves(min)).size > 1);
+    assert.equal((await firstMoves(null)).size, 1);
+    await engine.quit();
+  });
+});
+
 describe('the table (Hash)', () => {
   test('the announced maximum is held; beyond it is clamped with a note; start passes its hash on', async () => {
     const notes = [];
@@ -148,5 +170,19 @@ describe('a guest in the user\'s Node program', () => {
     // An engine that cannot load rejects its start.
     writeFileSync(join(broken, 'varn-single.wasm'), 'not WebAssembly');
     await assert.rejects(VarnEngine.start({ url: broken, threads: false }), /could not be loaded/);
+  });
+
+  test('setLevel plays the level: its seeds vary the first move, which full strength never does', async () => {
+    const firstMoves = async (elo) => {
+      const moves = new Set();
+      for (const seed of [1, 2, 3, 4, 5, 6]) {
+        await engine.setLevel(elo, seed);
+        await engine.newGame();
+        moves.add((await engine.position('startpos').limits({ depth: 5 }).analyse()).bestmove);
+      }
+      return moves;
+    };
+    assert.ok((await firstMoves(engine.levels.min)).size > 1);
+    assert.equal((await firstMoves(null)).size, 1);
   });
 });

@@ -91,8 +91,8 @@ export declare class VarnEngine {
   readonly author: string;
   readonly options: Map<string, UciOption>;
   readonly searching: boolean;
-  /** The levels' Elo range from the engine's UCI_Elo option; max is full strength. */
-  readonly levels: { min: number; max: number } | null;
+  /** The levels from the engine's UCI_Elo option: its range (max is full strength) and the round steps to offer a player. */
+  readonly levels: { min: number; max: number; steps: number[] } | null;
   /** The position to search: a FEN or "startpos", and coordinate moves on it. */
   position(fen?: string, moves?: string[]): this;
   /** The moves played on the position, replacing earlier ones. */

@@ -1,6 +1,5 @@
 // Playing Varn: the clocks, Varn's level and its moves. The engine plans its
 // own time from the clocks it is given; the page only keeps them.
-const LevelStep = 150;
 const ResignCp = 900;
 
 // The name of the side that is not side ('w' or 'b').
@@ -30,13 +29,9 @@ export class Play {
     return this.active && chess.turn() === this.game.human;
   }
 
-  // The levels on offer: every LevelStep Elo from the engine's lowest level
-  // while a whole step remains below full strength, the top of its range.
+  // The levels on offer: the engine's round steps, then full strength.
   offerLevels(levels) {
-    const options = [];
-    if (levels) {
-      for (let elo = levels.min; elo + LevelStep <= levels.max; elo += LevelStep) options.push([String(elo), `Level ${elo}`]);
-    }
+    const options = (levels ? levels.steps : []).map((elo) => [String(elo), `Level ${elo}`]);
     options.push(['full', levels ? `Full strength (${levels.max})` : 'Full strength']);
     this.el.level.replaceChildren(...options.map(([value, text]) => Object.assign(document.createElement('option'), { value, textContent: text })));
     this.el.level.value = 'full';

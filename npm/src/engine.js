@@ -8,10 +8,10 @@ import { goCommand, parseInfo, parseOption, positionCommand, whiteToMove } from 
 export class VarnEngine {
   // Loads the engine. options: url (browsers: the folder with the engine
   // files, default "./engine/"), hash (MB), onMessage(text) for the engine's
-  // "info string" notes.
+  // "info string" notes; openTransport to talk to another UCI engine instead.
   static async start(options = {}) {
     const engine = new VarnEngine(options);
-    engine.transport = await openTransport(options, (text) => engine.receive(text));
+    engine.transport = await (options.openTransport ?? openTransport)(options, (text) => engine.receive(text));
     const uciok = engine.expect('uciok');
     engine.send('uci');
     await uciok;
@@ -83,7 +83,7 @@ export class VarnEngine {
     this.search = null;
     const [, best, , ponder] = line.split(/\s+/);
     search.resolve({
-      bestmove: best && best !== '0000' ? best : null,
+      bestmove: best && best !== '0000' && best !== '(none)' ? best : null,
       ponder: ponder || null,
       info: search.last,
       lines: search.lines,

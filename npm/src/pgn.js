@@ -154,8 +154,8 @@ function wrap(tokens, width = 80) {
 }
 
 // A game written as PGN. game: as readGame returns it, plus notes per move
-// { nag, eval (the [%eval] value of the position after it), variation (SAN
-// text) } and extra tags [name, value] that replace tags of the same name.
+// { nag, eval (the [%eval] value of the position after it), comment (text),
+// variation (SAN text) } and extra tags [name, value] that replace tags of the same name.
 // keepComments: the game's own comments stay (less any old [%eval]).
 export function writeGame(game, notes, extraTags = [], keepComments = true) {
   const replaced = new Set(extraTags.map(([name]) => name));
@@ -177,7 +177,7 @@ export function writeGame(game, notes, extraTags = [], keepComments = true) {
     tokens.push(move.san);
     const note = notes[i] || {};
     if (note.nag) tokens.push(`$${note.nag}`);
-    const after = comment(move.after, note.eval ? `[%eval ${note.eval}]` : '');
+    const after = comment(move.after, [note.eval && `[%eval ${note.eval}]`, note.comment].filter(Boolean).join(' '));
     needNumber = Boolean(after || note.variation);
     if (after) tokens.push(after);
     if (note.variation) {

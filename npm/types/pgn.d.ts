@@ -11,6 +11,7 @@ export interface ReadGame {
 export interface MoveNote {
   nag?: number;
   eval?: string | null;
+  comment?: string;
   variation?: string;
 }
 export declare function readLines(chunks: AsyncIterable<string | Uint8Array> | Iterable<string | Uint8Array>): AsyncGenerator<string>;

@@ -23,7 +23,7 @@ const analysis = new Analysis({
 const play = new Play({
   level: $('play-level'), result: $('result'), playing: $('playing'), resign: $('resign'), clocks: { w: $('clock-w'), b: $('clock-b') },
 }, { onEngineMove: (lan) => engineMove(lan), onEnd: () => gameEnded() });
-const review = new Review({ button: $('review'), progress: $('review-progress'), graph: $('graph'), summary: $('review-summary') }, (ply) => goTo(ply));
+const review = new Review({ button: $('review'), progress: $('review-progress'), graph: $('graph'), summary: $('review-summary'), note: $('review-note') }, (ply) => goTo(ply));
 
 function say(text, kind = 'error') {
   const box = $('message');

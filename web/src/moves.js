@@ -1,5 +1,6 @@
 // The move list: one list item per half-move, the current one marked and the
-// review's verdicts coloured; picking a move reports its ply.
+// review's verdicts coloured and marked; picking a move reports its ply.
+import { Verdicts } from 'varn';
 export class MoveList {
   constructor(list, onPick) {
     this.list = list;
@@ -19,7 +20,8 @@ export class MoveList {
       const button = document.createElement('button');
       button.className = ['move', i + 1 === game.cursor ? 'current' : '', verdicts[i] || ''].filter(Boolean).join(' ');
       button.dataset.ply = String(i + 1);
-      button.textContent = `${white ? `${number}. ` : i === 0 ? `${number}… ` : ''}${game.sans[i]}`;
+      const symbol = Verdicts.find((verdict) => verdict.name === verdicts[i])?.symbol ?? '';
+      button.textContent = `${white ? `${number}. ` : i === 0 ? `${number}… ` : ''}${game.sans[i]}${symbol}`;
       const item = document.createElement('li');
       item.append(button);
       items.push(item);

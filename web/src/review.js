@@ -1,15 +1,17 @@
 // Game review: every position of the game searched, each move judged by the
-// package's rule (the one varn-annotate writes as NAGs), drawn as a graph.
-import { decidedValue, judgeMoves, reviewGame, reviewSummary, scoreText } from 'varn';
+// package's rule (the one varn-annotate writes as NAGs and words), drawn as a
+// graph, with each side's accuracy and the verdict of the move shown.
+import { decidedValue, judgeGame, reviewGame, scoreText } from 'varn';
 import { drawGraph } from './graph.js';
 
+const plural = (n, word, words) => `${n} ${n === 1 ? word : words}`;
+
 export class Review {
-  // elements: { button, progress, graph, summary }; onPick(ply) from the graph.
+  // elements: { button, progress, graph, summary, note }; onPick(ply) from the graph.
   constructor(elements, onPick) {
     this.el = elements;
     this.onPick = onPick;
-    this.scores = [];
-    this.verdicts = [];
+    this.clear();
     this.controller = null;
   }
 
@@ -23,19 +25,21 @@ export class Review {
     this.el.progress.hidden = false;
     this.el.progress.max = game.length + 1;
     this.el.progress.value = 0;
-    const positions = await reviewGame(engine, { fen: game.start, moves: game.moves }, limits, {
+    const reviewed = { fen: game.start, moves: game.moves };
+    const positions = await reviewGame(engine, reviewed, limits, {
       signal: controller.signal,
       onPosition: (index) => { this.el.progress.value = index + 1; },
     });
     this.finish();
     if (controller.signal.aborted) return false;
     this.scores = positions.map((p) => p.score);
-    const whiteFirst = game.chess(0).turn() === 'w';
-    this.verdicts = judgeMoves(this.scores, whiteFirst);
-    const summary = reviewSummary(this.scores, whiteFirst);
-    const count = (n, word) => `${n} ${word}${n === 1 ? '' : 's'}`;
-    const side = (name, s) => `${name}: ${count(s.inaccuracies, 'inaccuracy').replace(/ys$/, 'ies')}, ${count(s.mistakes, 'mistake')}, ${count(s.blunders, 'blunder')}, average loss ${s.acpl} centipawns`;
-    this.el.summary.textContent = `${side('White', summary.white)}. ${side('Black', summary.black)}. Click the graph to see a position.`;
+    const judged = judgeGame(reviewed, positions);
+    this.judged = judged.moves;
+    this.verdicts = judged.moves.map((m) => m.verdict?.name ?? null);
+    this.sans = game.sans.slice();
+    const side = (name, s) => `${name}: accuracy ${s.accuracy === null ? '–' : `${s.accuracy.toFixed(1)}%`}, ${plural(s.inaccuracies, 'inaccuracy', 'inaccuracies')}, ${plural(s.mistakes, 'mistake', 'mistakes')}, ${plural(s.blunders, 'blunder', 'blunders')}, average loss ${s.acpl} centipawns`;
+    this.el.summary.textContent = `${side('White', judged.sides.white)}. ${side('Black', judged.sides.black)}.`;
+    this.numbers = game.moves.map((_, i) => game.chess(i)).map((chess) => `${chess.moveNumber()}${chess.turn() === 'w' ? '.' : '...'}`);
     return true;
   }
 
@@ -54,12 +58,20 @@ export class Review {
   clear() {
     this.scores = [];
     this.verdicts = [];
+    this.judged = [];
     this.el.summary.textContent = '';
     this.draw(0);
   }
 
+  // The graph with the cursor, and the verdict of the move that led to it.
   draw(cursor) {
     const points = this.scores.map((score) => ({ value: decidedValue(score), text: scoreText(score) }));
     drawGraph(this.el.graph, points, this.verdicts, cursor, this.onPick);
+    const move = this.judged[cursor - 1];
+    this.el.note.hidden = !move;
+    if (!move) return;
+    const played = `${this.numbers[cursor - 1]} ${this.sans[cursor - 1]}${move.verdict?.symbol ?? ''}`;
+    this.el.note.className = move.verdict?.name ?? '';
+    this.el.note.textContent = `${played}: ${move.comment ?? 'no fault found'} (accuracy ${Math.round(move.accuracy)}%)`;
   }
 }

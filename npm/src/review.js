@@ -7,8 +7,12 @@ import { whiteScore } from './score.js';
 import { whiteToMove } from './uci.js';
 
 // Beyond this many centipawns a game is decided: larger scores and mates all
-// count as this much, so a winning side is not faulted for a slower win.
-export const DecidedCp = 1000;
+// count as this much, so a winning side is not faulted for a slower win, nor
+// for a search that swings between +6 and +10 from one move to the next.
+export const DecidedCp = 500;
+
+// The accuracy formula's own cap: its curve is fitted to scores within it.
+const AccuracyCp = 1000;
 
 // Verdicts by the least loss that earns them, worst first, with their PGN
 // numeric annotation glyphs.
@@ -40,9 +44,13 @@ export function decidedValue(score) {
 }
 
 // White's chances in percent for a White's-view score: the logistic curve of
-// the accuracy formula below, over capped centipawns.
+// the accuracy formula below, over centipawns within its cap (mates at it).
 export function winPercent(score) {
-  return 50 + 50 * (2 / (1 + Math.exp(-0.00368208 * decidedValue(score))) - 1);
+  let cp = score.cp;
+  if (score.winner) cp = score.winner === 'white' ? AccuracyCp : -AccuracyCp;
+  else if (score.mate !== undefined) cp = score.mate > 0 ? AccuracyCp : -AccuracyCp;
+  cp = Math.max(-AccuracyCp, Math.min(AccuracyCp, cp));
+  return 50 + 50 * (2 / (1 + Math.exp(-0.00368208 * cp)) - 1);
 }
 
 // A move's accuracy in percent from the mover's chances before and after it.

@@ -77,19 +77,19 @@ describe('the review', () => {
     // After 1. e4 e5 2. Nf3, Black to move: a 2-pawn loss is a mistake, a 4-pawn loss a blunder.
     const start = 'rnbqkbnr/pppp1ppp/8/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R b KQkq - 1 2';
     const moves = ['f7f6', 'f3e5', 'f6e5', 'd1h5', 'g7g6'];
-    const scores = [cp(30), cp(230), cp(230), cp(630), { mate: 3 }, { mate: 1 }];
+    const scores = [cp(-30), cp(170), cp(170), cp(DecidedCp + 100), { mate: 3 }, { mate: 1 }];
     const game = judge(start, moves, scores, [['b8c6', 'f1b5'], ['f3e5'], ['d8e7', 'e5f3']]);
     assert.deepEqual(game.moves.map((m) => m.verdict?.symbol ?? null), ['?', null, '??', null, null]);
     assert.deepEqual(game.moves.map((m) => m.comment), ['Mistake. Nc6 was best.', null, 'Blunder. Qe7 was best.', null, null]);
     assert.deepEqual(game.moves[2].better, ['d8e7', 'e5f3']);
-    assert.deepEqual({ ...game.sides.black, accuracy: undefined }, { inaccuracies: 0, mistakes: 1, blunders: 1, acpl: 200, accuracy: undefined });
+    assert.deepEqual({ ...game.sides.black, accuracy: undefined }, { inaccuracies: 0, mistakes: 1, blunders: 1, acpl: Math.round((200 + DecidedCp - 170) / 3), accuracy: undefined });
     assert.deepEqual({ ...game.sides.white, accuracy: undefined }, { inaccuracies: 0, mistakes: 0, blunders: 0, acpl: 0, accuracy: undefined });
-    assert.deepEqual(game.tags.filter(([name]) => /^Black(Mistakes|Blunders|ACPL)$/.test(name)), [['BlackMistakes', 1], ['BlackBlunders', 1], ['BlackACPL', 200]]);
+    assert.deepEqual(game.tags.filter(([name]) => /^Black(Mistakes|Blunders|ACPL)$/.test(name)), [['BlackMistakes', 1], ['BlackBlunders', 1], ['BlackACPL', game.sides.black.acpl]]);
   });
 
   test('mates missed, lost and allowed get their own words, even in a decided game', () => {
     const moves = ['e2e4', 'e7e5', 'g1f3', 'b8c6', 'f1c4', 'g8f6', 'd2d3'];
-    const scores = [cp(20), { mate: 3 }, { mate: 2 }, cp(500), { mate: 4 }, { mate: 3 }, { mate: 2 }, cp(2000)];
+    const scores = [cp(20), { mate: 3 }, { mate: 2 }, cp(150), { mate: 4 }, { mate: 3 }, { mate: 2 }, cp(2000)];
     const game = judge(undefined, moves, scores, [[], [], ['d1h5'], ['g8f6'], [], [], ['f3g5']]);
     assert.deepEqual(game.moves.map((m) => m.comment), [null, null, 'Mate in 2 was missed. Qh5 was best.',
       'Checkmate is now unavoidable. Nf6 was best.', null, null, 'Lost forced checkmate sequence. Ng5 was best.']);
@@ -102,7 +102,7 @@ describe('the review', () => {
   test('accuracy from the loss of winning chances', () => {
     assert.equal(winPercent(cp(0)), 50);
     assert.ok(Math.abs(winPercent(cp(300)) + winPercent(cp(-300)) - 100) < 1e-9);
-    assert.equal(winPercent({ mate: 2 }), winPercent(cp(DecidedCp)));
+    assert.equal(winPercent({ mate: 2 }), winPercent(cp(5000)));
     // The published curve: a 10-point drop in winning chances leaves about 64.6% accuracy.
     assert.equal(moveAccuracy(60, 50).toFixed(1), '64.6');
     assert.equal(moveAccuracy(50, 60), 100);
@@ -115,8 +115,8 @@ describe('the review', () => {
 
   test('a mistake or blunder is marked only when the positions around it, searched deeper, confirm it', async () => {
     // A scripted engine: White's-view scores per position, deeper ones where they differ.
-    const shallow = [0, 0, 400, 400, 1000];
-    const deeper = { 1: 0, 2: 0, 3: 380, 4: 900 };
+    const shallow = [0, 0, 400, -100, 300];
+    const deeper = { 1: 0, 2: 0, 3: -80, 4: 280 };
     const searched = [];
     const engine = {
       newGame: async () => [],
@@ -135,10 +135,10 @@ describe('the review', () => {
     const game = { fen: 'startpos', moves: ['e2e4', 'e7e5', 'g1f3', 'b8c6'] };
     const positions = await reviewGame(engine, game, { depth: 8 });
     assert.deepEqual(searched, ['0@8', '1@8', '2@8', '3@8', '4@8', '1@10', '2@10', '3@10', '4@10']);
-    assert.deepEqual(judgeGame(game, positions).moves.map((m) => m.verdict?.name ?? null), [null, null, null, 'blunder']);
+    assert.deepEqual(judgeGame(game, positions).moves.map((m) => m.verdict?.name ?? null), [null, null, 'inaccuracy', 'blunder']);
     assert.deepEqual(positions.map((p) => p.confirmed), [false, true, true, true, true]);
     const unconfirmed = await reviewGame(engine, game, { depth: 8 }, { confirm: null });
-    assert.deepEqual(judgeGame(game, unconfirmed).moves.map((m) => m.verdict?.name ?? null), [null, 'blunder', null, 'blunder']);
+    assert.deepEqual(judgeGame(game, unconfirmed).moves.map((m) => m.verdict?.name ?? null), [null, 'blunder', 'blunder', 'blunder']);
   });
 });
 

@@ -212,6 +212,12 @@ describe('analysis board', () => {
     assert.equal(await page.locator('#graph circle.point').count(), 15);
     assert.ok(await page.locator('#graph circle.blunder').count() >= 1, 'the game has blunders');
     assert.ok(await page.locator('#moves .move.blunder').count() >= 1, 'the move list marks them');
+    assert.match(await page.textContent('#moves .move.blunder'), /\?\?$/);
+    assert.match(await page.textContent('#review-summary'), /^White \d+\.\d% accuracy: .*Black \d+\.\d% accuracy: /);
+    // A blunder shown: its symbol, the verdict in words and the better move.
+    const blunder = await page.getAttribute('#moves .move.blunder', 'data-ply');
+    await page.click(`#moves .move[data-ply="${blunder}"]`);
+    assert.match(await page.textContent('#review-note'), /^\d+\.(\.\.)? \S+\?\? (Blunder\.|Checkmate is now unavoidable\.) \S+ was best\. \(accuracy \d+%\)$/);
     await page.locator('#graph circle[data-ply="6"]').click();
     assert.equal(await page.getAttribute('#moves .move.current', 'data-ply'), '6');
     assert.equal((await fen()).split(' ')[0], 'r1bqkbnr/pppp1ppp/8/4p3/2BnP3/5N2/PPPP1PPP/RNBQK2R');

@@ -182,17 +182,20 @@ async function startWorker(kind, options, onPosition) {
     answer = { resolve, reject };
     send(message);
   });
-  const { limits, confirm, keepComments, hash, engine, settings, openings } = options;
-  await ask({ options: { limits, confirm, keepComments, hash, engine, settings, openings } });
-  return {
-    annotate: (seq, text) => ask({ seq, text }),
-    end: () => {
-      answer = null;
-      child.removeAllListeners('exit');
-      if (kind === 'process') child.kill('SIGKILL');
-      else child.terminate();
-    },
+  const end = () => {
+    answer = null;
+    child.removeAllListeners('exit');
+    if (kind === 'process') child.kill('SIGKILL');
+    else child.terminate();
   };
+  const { limits, confirm, keepComments, hash, engine, settings, openings } = options;
+  try {
+    await ask({ options: { limits, confirm, keepComments, hash, engine, settings, openings } });
+  } catch (error) {
+    end();
+    throw error;
+  }
+  return { annotate: (seq, text) => ask({ seq, text }), end };
 }
 
 // The output: a file (appended to when resuming) or standard output.

@@ -25,8 +25,8 @@ const Inaccuracy = Verdicts[2];
 
 // Plies the confirming search goes deeper than the first pass, and how many
 // times longer it searches when the first pass has a time per position.
-export const ConfirmPlies = 2;
-export const ConfirmTimeFactor = 4;
+export const ConfirmPlies = 1;
+export const ConfirmTimeFactor = 3;
 
 // Plies of the better line given with a judged move.
 export const BetterPlies = 8;
@@ -102,8 +102,9 @@ export function judgeMoves(scores, whiteFirst = true) {
 // weighted by how much the game swung around each move (the spread of the
 // chances over a window of positions) and once as a harmonic mean, which
 // weighs the worst moves more; the result is the mean of the two.
-function sideAccuracies(wins, whiteFirst) {
-  const count = wins.length - 1;
+// wins: White's chances per position; accuracies: each move's.
+function sideAccuracies(wins, accuracies, whiteFirst) {
+  const count = accuracies.length;
   const size = Math.max(2, Math.min(8, Math.floor(count / 10)));
   const sides = { white: [], black: [] };
   for (let i = 0; i < count; i += 1) {
@@ -112,8 +113,7 @@ function sideAccuracies(wins, whiteFirst) {
     const mean = window.reduce((a, b) => a + b, 0) / window.length;
     const spread = Math.sqrt(window.reduce((a, b) => a + (b - mean) ** 2, 0) / window.length);
     const white = (i % 2 === 0) === whiteFirst;
-    const accuracy = white ? moveAccuracy(wins[i], wins[i + 1]) : moveAccuracy(100 - wins[i], 100 - wins[i + 1]);
-    sides[white ? 'white' : 'black'].push({ accuracy, weight: Math.max(0.5, Math.min(12, spread)) });
+    sides[white ? 'white' : 'black'].push({ accuracy: accuracies[i], weight: Math.max(0.5, Math.min(12, spread)) });
   }
   const result = {};
   for (const [side, moves] of Object.entries(sides)) {
@@ -174,7 +174,7 @@ export function judgeGame(game, positions) {
       better: best ? line.slice(0, BetterPlies) : [],
     };
   });
-  const accuracy = sideAccuracies(wins, whiteFirst);
+  const accuracy = sideAccuracies(wins, moves.map((m) => m.accuracy), whiteFirst);
   const sides = {};
   const tags = [];
   for (const [side, name] of [['white', 'White'], ['black', 'Black']]) {

@@ -111,7 +111,7 @@ describe('verdicts in words, and other engines', () => {
     const own = annotate([...depth, '--hash', '16', collection]);
     const body = (text) => text.replace(/\[Annotator "[^"]*"\]\n/g, '');
     assert.equal(body(run.out), body(own.out));
-    assert.match(run.out, /\[Annotator "Varn \S+ \(depth 6, losses confirmed at depth 8\)"\]/);
+    assert.match(run.out, /\[Annotator "Varn \S+ \(depth 6, losses confirmed at depth 7\)"\]/);
   });
 
   test('an engine that cannot start, or lacks an option, stops the run with the reason', { skip: !existsSync(native) && `no native varn at ${native}` }, () => {

@@ -134,7 +134,7 @@ describe('the review', () => {
     };
     const game = { fen: 'startpos', moves: ['e2e4', 'e7e5', 'g1f3', 'b8c6'] };
     const positions = await reviewGame(engine, game, { depth: 8 });
-    assert.deepEqual(searched, ['0@8', '1@8', '2@8', '3@8', '4@8', '1@10', '2@10', '3@10', '4@10']);
+    assert.deepEqual(searched, ['0@8', '1@8', '2@8', '3@8', '4@8', '1@9', '2@9', '3@9', '4@9']);
     assert.deepEqual(judgeGame(game, positions).moves.map((m) => m.verdict?.name ?? null), [null, null, 'inaccuracy', 'blunder']);
     assert.deepEqual(positions.map((p) => p.confirmed), [false, true, true, true, true]);
     const unconfirmed = await reviewGame(engine, game, { depth: 8 }, { confirm: null });

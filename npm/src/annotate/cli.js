@@ -22,8 +22,8 @@ and the opening's ECO code and name when the game has none.
   --depth N           search each position to depth N (default 8)
   --movetime MS       search each position for MS milliseconds instead
   --confirm-depth N   search again to depth N around each mistake or blunder
-                      before marking it (default: depth + 2; with --movetime,
-                      four times the time; 0: no second search)
+                      before marking it (default: depth + 1; with --movetime,
+                      three times the time; 0: no second search)
   --engine PATH       annotate with the UCI engine program PATH instead of
                       the built-in engine
   --option NAME=VALUE set an option of that engine (repeatable)

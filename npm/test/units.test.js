@@ -6,6 +6,7 @@ import { goCommand, parseInfo, parseOption, positionCommand, whiteToMove } from 
 import { evalText, scoreText, whiteScore } from '../src/score.js';
 import { judgeGame, judgeMoves, moveAccuracy, reviewGame, verdictFor, Verdicts, DecidedCp, winPercent } from '../src/review.js';
 import { lineSan, readGame, splitGames, writeGame } from '../src/pgn.js';
+import { openingOf, readOpenings } from '../src/openings.js';
 
 async function collect(lines) {
   const games = [];
@@ -139,6 +140,22 @@ describe('the review', () => {
     assert.deepEqual(positions.map((p) => p.confirmed), [false, true, true, true, true]);
     const unconfirmed = await reviewGame(engine, game, { depth: 8 }, { confirm: null });
     assert.deepEqual(judgeGame(game, unconfirmed).moves.map((m) => m.verdict?.name ?? null), [null, 'blunder', 'blunder', 'blunder']);
+  });
+});
+
+describe('openings', () => {
+  test('the last known position names the opening, by transposition too; set-up games have none', async () => {
+    const table = await readOpenings([
+      '{ A classification }', '', '[ECO "A40"]', '[Opening "Queen\'s pawn"]', '', '1. d4 *', '',
+      '[ECO "D37"]', '[Opening "QGD"]', '[Variation "4.Nf3"]', '', '1. d4 d5 2. c4 e6 3. Nc3 Nf6 4. Nf3 *', '',
+      '[ECO "X00"]', '', '1. e4 *',
+    ]);
+    assert.equal(Object.keys(table).length, 2, 'an entry without a name is left out');
+    const transposed = ['g1f3', 'g8f6', 'c2c4', 'e7e6', 'b1c3', 'd7d5', 'd2d4', 'f8e7'];
+    assert.deepEqual(openingOf(table, { fen: 'startpos', moves: transposed }), { eco: 'D37', name: 'QGD', variation: '4.Nf3' });
+    assert.deepEqual(openingOf(table, { moves: ['d2d4', 'g8f6'] }), { eco: 'A40', name: "Queen's pawn" });
+    assert.equal(openingOf(table, { moves: ['e2e4'] }), null);
+    assert.equal(openingOf(table, { fen: '4k3/8/8/8/8/8/3P4/4K3 w - - 0 1', moves: ['d2d4'] }), null);
   });
 });
 

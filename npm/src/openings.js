@@ -3,7 +3,7 @@
 // Variation, and the moves that reach it), and a game's opening: the entry of
 // the last of its positions that the table holds, so transpositions count.
 import { Chess } from 'chess.js';
-import { readGame, splitGames } from './pgn.js';
+import { splitGames, TagLine } from './pgn.js';
 
 // A position as the table keys it: placement, side, castling, en passant.
 const positionKey = (fen) => fen.split(' ').slice(0, 4).join(' ');
@@ -16,17 +16,33 @@ const OpeningPlies = 40;
 // left out; a later entry for a position replaces an earlier one.
 export async function readOpenings(lines) {
   const table = {};
+  // The position after each line of moves read so far: entries share their
+  // first moves, so most of each entry's line has been played before.
+  const played = new Map([['', new Chess().fen()]]);
+  const chess = new Chess();
   for await (const text of splitGames(lines)) {
-    let entry;
+    // Entries are plain move lists, read move by move.
+    const tags = {};
+    const moves = [];
+    for (const line of text.replace(/\{[^}]*\}/g, ' ').split('\n')) {
+      const tag = TagLine.exec(line.trim());
+      if (tag) tags[tag[1]] = tag[2];
+      else moves.push(...line.split(/\s+/).filter((word) => word && !/^(\d+\.+|1-0|0-1|1\/2-1\/2|\*)$/.test(word)));
+    }
+    if (!tags.ECO || !tags.Opening || !moves.length) continue;
+    const sans = moves.map((move) => move.replace(/^\d+\.+/, ''));
+    let known = sans.length;
+    while (!played.has(sans.slice(0, known).join(' '))) known -= 1;
+    chess.load(played.get(sans.slice(0, known).join(' ')));
     try {
-      entry = readGame(text);
+      for (let i = known; i < sans.length; i += 1) {
+        chess.move(sans[i]);
+        played.set(sans.slice(0, i + 1).join(' '), chess.fen());
+      }
     } catch {
       continue;
     }
-    const tags = Object.fromEntries(entry.tags);
-    const last = entry.moves.at(-1);
-    if (!tags.ECO || !tags.Opening || !last) continue;
-    table[positionKey(last.after)] = { eco: tags.ECO, name: tags.Opening, ...(tags.Variation ? { variation: tags.Variation } : {}) };
+    table[positionKey(chess.fen())] = { eco: tags.ECO, name: tags.Opening, ...(tags.Variation ? { variation: tags.Variation } : {}) };
   }
   return table;
 }

@@ -95,7 +95,7 @@ describe('verdicts in words, and other engines', () => {
   const native = process.env.VARN_NATIVE || fileURLToPath(new URL('../../build/varn', import.meta.url));
 
   test('a blunder by Black in a game that starts with Black to move: charged to Black, in words, with the better line', async () => {
-    const game = '[Event "Back rank"]\n[SetUp "1"]\n[FEN "6k1/p4ppp/8/8/8/8/5PPP/3R2K1 b - - 0 30"]\n\n30... a6 31. Rd8# 1-0';
+    const game = '[Event "Back rank"]\n[SetUp "1"]\n[FEN "3r2k1/p4ppp/8/8/8/7P/5PP1/3R2K1 b - - 0 30"]\n\n30... a6 31. Rxd8# 1-0';
     const run = annotate([...depth, '--jobs', '1'], game);
     assert.equal(run.status, 0, run.err);
     const text = flat(run.out);

@@ -37,8 +37,14 @@ export class Review {
     this.judged = judged.moves;
     this.verdicts = judged.moves.map((m) => m.verdict?.name ?? null);
     this.sans = game.sans.slice();
-    const side = (name, s) => `${name}: accuracy ${s.accuracy === null ? '–' : `${s.accuracy.toFixed(1)}%`}, ${plural(s.inaccuracies, 'inaccuracy', 'inaccuracies')}, ${plural(s.mistakes, 'mistake', 'mistakes')}, ${plural(s.blunders, 'blunder', 'blunders')}, average loss ${s.acpl} centipawns`;
-    this.el.summary.textContent = `${side('White', judged.sides.white)}. ${side('Black', judged.sides.black)}.`;
+    const side = (name, s) => {
+      const line = document.createElement('div');
+      const accuracy = document.createElement('b');
+      accuracy.textContent = `${name} ${s.accuracy === null ? '–' : `${s.accuracy.toFixed(1)}%`}`;
+      line.append(accuracy, ` accuracy: ${plural(s.inaccuracies, 'inaccuracy', 'inaccuracies')}, ${plural(s.mistakes, 'mistake', 'mistakes')}, ${plural(s.blunders, 'blunder', 'blunders')}, average loss ${s.acpl} centipawns`);
+      return line;
+    };
+    this.el.summary.replaceChildren(side('White', judged.sides.white), side('Black', judged.sides.black));
     this.numbers = game.moves.map((_, i) => game.chess(i)).map((chess) => `${chess.moveNumber()}${chess.turn() === 'w' ? '.' : '...'}`);
     return true;
   }
@@ -72,6 +78,6 @@ export class Review {
     if (!move) return;
     const played = `${this.numbers[cursor - 1]} ${this.sans[cursor - 1]}${move.verdict?.symbol ?? ''}`;
     this.el.note.className = move.verdict?.name ?? '';
-    this.el.note.textContent = `${played}: ${move.comment ?? 'no fault found'} (accuracy ${Math.round(move.accuracy)}%)`;
+    this.el.note.textContent = `${played} ${move.comment ? `${move.comment} ` : ''}(accuracy ${Math.round(move.accuracy)}%)`;
   }
 }

@@ -3,7 +3,7 @@
 // the words players know, with the better move and each side's accuracy. One
 // rule for the page's review and for varn-annotate.
 import { Chess } from 'chess.js';
-import { whiteScore } from './score.js';
+import { evalText, whiteScore } from './score.js';
 import { whiteToMove } from './uci.js';
 
 // Beyond this many centipawns a game is decided: larger scores and mates all
@@ -192,6 +192,29 @@ export function judgeGame(game, positions) {
     tags.push([`${name}Inaccuracies`, s.inaccuracies], [`${name}Mistakes`, s.mistakes], [`${name}Blunders`, s.blunders], [`${name}ACPL`, s.acpl]);
   }
   return { moves, sides, tags };
+}
+
+// The notes of a reviewed game ({ fen, moves (coordinates) }) for its PGN, the
+// same for the page's export and varn-annotate: per move { nag (the
+// verdict's), comment ([%eval] of the position after it, then the verdict in
+// words), line (the better line, coordinate moves) }, and the game's tags,
+// the Annotator's (annotator) first.
+export function reviewNotes(game, positions, annotator) {
+  const judged = judgeGame(game, positions);
+  const moves = judged.moves.map((move, i) => {
+    const value = positions[i + 1] ? evalText(positions[i + 1].score) : null;
+    const comment = [value && `[%eval ${value}]`, move.comment].filter(Boolean).join(' ');
+    return { nag: move.verdict?.nag, comment: comment || undefined, line: move.better.length ? move.better : undefined };
+  });
+  return { moves, tags: [['Annotator', annotator], ...judged.tags] };
+}
+
+// The Annotator tag's value for a review by engineName with the limits and
+// the confirming searches' limits.
+export function annotatorText(engineName, limits, confirm = confirmLimits(limits)) {
+  const text = (l) => (l.movetime !== undefined ? `${l.movetime} ms` : `depth ${l.depth}`);
+  const first = limits.movetime !== undefined ? `${limits.movetime} ms per position` : `depth ${limits.depth}`;
+  return `${engineName} (${first}${confirm ? `, losses confirmed at ${text(confirm)}` : ''})`;
 }
 
 // The limits of the confirming searches for a first pass's limits.

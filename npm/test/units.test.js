@@ -1,18 +1,11 @@
 // The package's parts without the engine: UCI words, score texts, the
-// review's verdicts (the rule the page shares) and PGN in and out.
+// review's verdicts, words and accuracy (the rule the page shares), openings.
 import { describe, test } from 'node:test';
 import assert from 'node:assert/strict';
 import { goCommand, parseInfo, parseOption, positionCommand, whiteToMove } from '../src/uci.js';
 import { evalText, scoreText, whiteScore } from '../src/score.js';
-import { judgeGame, judgeMoves, moveAccuracy, reviewGame, verdictFor, Verdicts, DecidedCp, winPercent } from '../src/review.js';
-import { lineSan, readGame, splitGames, writeGame } from '../src/pgn.js';
+import { judgeGame, judgeMoves, moveAccuracy, reviewGame, reviewNotes, verdictFor, Verdicts, DecidedCp, winPercent } from '../src/review.js';
 import { openingOf, readOpenings } from '../src/openings.js';
-
-async function collect(lines) {
-  const games = [];
-  for await (const game of splitGames(lines)) games.push(game);
-  return games;
-}
 
 describe('UCI words', () => {
   test('info lines: numbers, scores with bounds, lines and notes', () => {
@@ -156,31 +149,5 @@ describe('openings', () => {
     assert.deepEqual(openingOf(table, { moves: ['d2d4', 'g8f6'] }), { eco: 'A40', name: "Queen's pawn" });
     assert.equal(openingOf(table, { moves: ['e2e4'] }), null);
     assert.equal(openingOf(table, { fen: '4k3/8/8/8/8/8/3P4/4K3 w - - 0 1', moves: ['d2d4'] }), null);
-  });
-});
-
-describe('PGN', () => {
-  test('collections split into games by tags, results and comments', async () => {
-    const text = '\ufeff[Event "A"]\r\n\r\n1. e4 {a [comment]\r\n[not a tag]} e5 1-0\r\n[Event "B"]\n1. d4 *\n1. c4 *\n\n\n';
-    const games = await collect(text.split('\n').map((line) => line.replace(/\r$/, '')));
-    assert.deepEqual(games, ['[Event "A"]\n\n1. e4 {a [comment]\n[not a tag]} e5 1-0', '[Event "B"]\n1. d4 *', '1. c4 *']);
-  });
-
-  test('broken games give their reason', () => {
-    assert.throws(() => readGame('[Event "x]\n\n1. e4 *'), /broken tag/);
-    assert.throws(() => readGame('1. e4 e5 2. Nf3'), /cut short/);
-    assert.throws(() => readGame('1. e4 e5 2. Ke3 *'), /Ke3/);
-  });
-
-  test('a game written back: numbers after notes, old evaluations replaced, tags kept', () => {
-    const game = readGame('[White "A"]\n[Annotator "old"]\n\n1. e4 {[%eval 9.99] [%clk 0:01:00] fast} e5 2. Nf3 1-0');
-    const notes = [{ eval: '0.20', nag: 6 }, { eval: '0.10' }, { eval: '0.30', nag: 2, variation: '2. d4 exd4' }];
-    assert.equal(writeGame(game, notes, [['Annotator', 'Varn "x"']]),
-      '[White "A"]\n[Annotator "Varn \\"x\\""]\n\n1. e4 $6 { [%eval 0.20] [%clk 0:01:00] fast } 1... e5 { [%eval 0.10] } 2. Nf3 $2\n{ [%eval 0.30] } (2. d4 exd4) 1-0\n');
-  });
-
-  test('engine lines in algebraic notation stop at the first impossible move', () => {
-    assert.equal(lineSan('rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1', ['e2e4', 'e7e5', 'g1f3']), '1. e4 e5 2. Nf3');
-    assert.equal(lineSan('4k3/1P6/8/8/8/8/8/4K3 b - - 0 7', ['e8d7', 'b7b8n', 'd7c7', 'e2e4']), '7... Kd7 8. b8=N+ Kc7');
   });
 });

@@ -168,3 +168,16 @@ export declare function reviewGame(
   limits: Limits,
   options?: { onPosition?: (index: number, count: number) => void; signal?: AbortSignal; confirm?: Limits | null },
 ): Promise<ReviewedPosition[]>;
+/** The Annotator tag's value for a review: "Varn 504 (depth 8, losses confirmed at depth 9)". */
+export declare function annotatorText(engineName: string, limits: Limits, confirm?: Limits | null): string;
+/**
+ * The notes of a reviewed game for its PGN (addReview of varn/pgn): per move
+ * the verdict's NAG, the [%eval] and the verdict in words as its comment, the
+ * better line; the Annotator's and the summary's tags.
+ */
+export declare function reviewNotes(
+  game: { fen?: string; moves: string[] },
+  positions: ReviewedPosition[],
+  annotator: string,
+): import('./pgn.js').ReviewNotes;
+

@@ -13,7 +13,8 @@ function clockText(ms) {
 
 export class Play {
   // elements: { level, result, playing, resign, clocks: { w, b } };
-  // onEngineMove(lan) plays Varn's move, onEnd() follows the game's end.
+  // onEngineMove(lan) plays Varn's move, onEnd(result text) follows the
+  // game's end.
   constructor(elements, { onEngineMove, onEnd }) {
     this.el = elements;
     this.onEngineMove = onEngineMove;
@@ -130,7 +131,7 @@ export class Play {
     await this.engine.stop();
     // Analysis after the game is at full strength.
     if (state.level) await this.engine.setLevel(null);
-    this.onEnd();
+    this.onEnd(result);
   }
 
   // Forgets the last game's texts, for a new game on the page.

@@ -1,6 +1,8 @@
 // Checks on what a user types or pastes, before anything reaches the board or
 // the engine: each returns an error text for the page, or the parsed result.
 import { Chess, validateFen } from 'chess.js';
+import { splitGames } from 'varn/pgn';
+import { Game } from './game.js';
 
 // A FEN the engine can search: well formed (chess.js also refuses pawns on
 // the first or last rank), one king each, and the side that has just moved
@@ -27,21 +29,22 @@ export function readFen(text) {
   return { fen: chess.fen() };
 }
 
-// A PGN game as its start position and moves; chess.js reads the tags,
-// comments and variations, and refuses illegal or malformed moves.
-export function readPgn(text) {
+// A PGN text's first game as the page's Game (the package's reader keeps its
+// variations and comments), with the number of games the text holds; or the
+// reason it cannot be read.
+export async function readPgn(text) {
   if (!text.trim()) return { error: 'Paste a PGN first.' };
-  const chess = new Chess();
+  const texts = [];
+  for await (const game of splitGames(text.split('\n'))) texts.push(game);
+  let game;
   try {
-    chess.loadPgn(text);
+    game = Game.read(texts[0]);
   } catch (error) {
     return { error: `Not a valid PGN: ${error.message}` };
   }
-  const moves = chess.history({ verbose: true });
-  const start = moves.length ? moves[0].before : chess.fen();
-  const started = readFen(start);
+  const started = readFen(game.start);
   if (started.error) return { error: `Not a valid PGN: its start position is refused (${started.error})` };
-  return { start, moves: moves.map((move) => move.lan) };
+  return { game, count: texts.length };
 }
 
 // A move typed by the user, in standard algebraic notation (Nf3, exd5, e8=Q)

@@ -2,6 +2,7 @@
 // package's rule (the one varn-annotate writes as NAGs and words), drawn as a
 // graph, with each side's accuracy and the verdict of the move shown.
 import { decidedValue, judgeGame, reviewGame, scoreText } from 'varn';
+import { Chess } from 'chess.js';
 import { drawGraph } from './graph.js';
 
 const plural = (n, word, words) => `${n} ${n === 1 ? word : words}`;
@@ -15,15 +16,16 @@ export class Review {
     this.controller = null;
   }
 
-  // Reviews the game with limits ({ depth } or { movetime }); false when it
-  // was stopped before the end.
+  // Reviews a game ({ start (FEN), moves }) with limits ({ depth } or
+  // { movetime }); false when it was stopped before the end. The positions
+  // searched stay in this.positions.
   async run(engine, game, limits) {
     const controller = new AbortController();
     this.controller = controller;
     this.clear();
     this.el.button.textContent = 'Stop review';
     this.el.progress.hidden = false;
-    this.el.progress.max = game.length + 1;
+    this.el.progress.max = game.moves.length + 1;
     this.el.progress.value = 0;
     const reviewed = { fen: game.start, moves: game.moves };
     const positions = await reviewGame(engine, reviewed, limits, {
@@ -32,11 +34,11 @@ export class Review {
     });
     this.finish();
     if (controller.signal.aborted) return false;
+    this.positions = positions;
     this.scores = positions.map((p) => p.score);
     const judged = judgeGame(reviewed, positions);
     this.judged = judged.moves;
     this.verdicts = judged.moves.map((m) => m.verdict?.name ?? null);
-    this.sans = game.sans.slice();
     const side = (name, s) => {
       const line = document.createElement('div');
       const accuracy = document.createElement('b');
@@ -45,7 +47,12 @@ export class Review {
       return line;
     };
     this.el.summary.replaceChildren(side('White', judged.sides.white), side('Black', judged.sides.black));
-    this.numbers = game.moves.map((_, i) => game.chess(i)).map((chess) => `${chess.moveNumber()}${chess.turn() === 'w' ? '.' : '...'}`);
+    // Each move as the note names it: "5. Nxf7", "12... Qe7".
+    const chess = new Chess(game.start);
+    this.names = game.moves.map((move) => {
+      const number = `${chess.moveNumber()}${chess.turn() === 'w' ? '.' : '...'}`;
+      return `${number} ${chess.move({ from: move.slice(0, 2), to: move.slice(2, 4), promotion: move[4] }).san}`;
+    });
     return true;
   }
 
@@ -62,6 +69,7 @@ export class Review {
   }
 
   clear() {
+    this.positions = [];
     this.scores = [];
     this.verdicts = [];
     this.judged = [];
@@ -76,7 +84,7 @@ export class Review {
     const move = this.judged[cursor - 1];
     this.el.note.hidden = !move;
     if (!move) return;
-    const played = `${this.numbers[cursor - 1]} ${this.sans[cursor - 1]}${move.verdict?.symbol ?? ''}`;
+    const played = `${this.names[cursor - 1]}${move.verdict?.symbol ?? ''}`;
     this.el.note.className = move.verdict?.name ?? '';
     this.el.note.textContent = `${played} ${move.comment ? `${move.comment} ` : ''}(accuracy ${Math.round(move.accuracy)}%)`;
   }

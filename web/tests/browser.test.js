@@ -36,7 +36,9 @@ after(async () => {
 });
 
 const fen = () => page.inputValue('#fen');
-const moveCount = () => page.locator('#moves li .move').count();
+// The main line's half-moves: variations are drawn inside their own items.
+const moveCount = () => page.locator('#moves > li > .move').count();
+const mainLine = () => page.$$eval('#moves > li > .move', (buttons) => buttons.map((b) => b.textContent));
 
 async function clickSquare(square) {
   // The board redraws its squares when a game starts or it turns; wait for them.
@@ -128,6 +130,40 @@ describe('analysis board', () => {
     assert.equal(await page.inputValue('#move-input'), '');
   });
 
+  test('a move played inside the game starts a variation; variations entered, promoted, deleted, undone and exported', async () => {
+    const pgn = '[Event "Variations"]\n[White "Ann"]\n[Black "Bob"]\n\n1. e4 e5 2. Nf3 {The usual.} Nc6 (2... d6 3. d4) 3. Bb5 a6 4. Ba4 Nf6 5. O-O Be7 *';
+    await page.fill('#pgn', pgn);
+    await page.click('#load-pgn');
+    const main = ['1. e4', 'e5', '2. Nf3', '2… Nc6', '3. Bb5', 'a6', '4. Ba4', 'Nf6', '5. O-O', 'Be7'];
+    assert.deepEqual(await mainLine(), main);
+    assert.deepEqual(await page.$$eval('#moves .variation .move', (b) => b.map((x) => x.textContent)), ['2… d6', '3. d4']);
+    assert.equal(await page.textContent('#moves .comment'), 'The usual.');
+    // 4. h3 where the game goes on with 4. Ba4: a variation, the main line kept.
+    await page.click('#moves .move[data-ply="6"]');
+    await clickMove('h2', 'h3');
+    // After the variation the next Black move is numbered again.
+    assert.deepEqual(await mainLine(), [...main.slice(0, 7), '4… Nf6', ...main.slice(8)]);
+    assert.equal(await page.textContent('#moves .move.current'), '4. h3');
+    assert.equal((await fen()).split(' ')[0], 'r1bqkbnr/1ppp1ppp/p1n5/1B2p3/4P3/5N1P/PPPP1PP1/RNBQK2R');
+    await page.screenshot({ path: `${shots}variation.png` });
+    // Back to the main line and into the variation again.
+    await page.click('#moves .move[data-ply="10"]');
+    assert.equal((await fen()).split(' ')[0], 'r1bqk2r/1pppbppp/p1n2n2/4p3/B3P3/5N2/PPPP1PPP/RNBQ1RK1');
+    await page.click('#moves .variation .move:text("4. h3")');
+    await clickMove('g8', 'f6');
+    await page.click('#promote');
+    assert.deepEqual(await mainLine(), [...main.slice(0, 6), '4. h3', '4… Nf6']);
+    await page.click('#undo');
+    assert.deepEqual(await mainLine(), [...main.slice(0, 7), '4… Nf6', ...main.slice(8)]);
+    await page.click('#moves .variation .move:text("4. h3")');
+    await page.click('#delete-move');
+    assert.equal(await page.textContent('#moves .move.current'), 'a6');
+    assert.equal(await page.locator('#moves .variation .move:text("4. h3")').count(), 0);
+    await page.click('#export-pgn');
+    assert.equal(await page.inputValue('#pgn'), '[Event "Variations"]\n[White "Ann"]\n[Black "Bob"]\n[Result "*"]\n\n'
+      + '1. e4 e5 2. Nf3 {The usual.} 2... Nc6 (2... d6 3. d4) 3. Bb5 a6 4. Ba4 Nf6\n5. O-O Be7 *\n');
+  });
+
   test('mates read from White\'s side: in 1 and 2, for and against the side to move', async () => {
     // The engine's "mate N" is from the side to move; the page shows White's view.
     const cases = [
@@ -162,7 +198,8 @@ describe('analysis board', () => {
     for (const control of controls) {
       await page.selectOption('#time-control', control);
       await page.click('#play');
-      await page.waitForFunction(() => document.querySelectorAll('#moves li').length === 1, null, { timeout: 20000 });
+      // Varn's first move: each game from here goes into the tree, a variation when it differs.
+      await page.waitForFunction(() => document.querySelector('#moves .move.current'), null, { timeout: 20000 });
       assert.match(await page.textContent('#playing'), new RegExp(`Varn plays White at level ${weakest}`), control);
       await page.click('#resign');
       assert.match(await page.textContent('#result'), /White wins: you resigned/, control);
@@ -194,9 +231,12 @@ describe('analysis board', () => {
     assert.match(result, /^(Black wins by checkmate|Draw by)/);
     const plies = await moveCount();
     await page.click('#export-pgn');
+    const exported = await page.inputValue('#pgn');
     const game = new Chess();
-    game.loadPgn(await page.inputValue('#pgn'));
+    game.loadPgn(exported);
     assert.equal(game.history().length, plies, 'the exported PGN holds the game');
+    assert.match(exported, new RegExp(`^\\[Result "${result.startsWith('Black') ? '0-1' : '1/2-1/2'}"\\]$`, 'm'));
+    assert.match(exported, /^\[White "You"\]\n\[Black "Varn \(level \d+\)"\]/m);
     console.log(`the game against level ${weakest}: ${plies} half-moves, ${result}`);
     await page.screenshot({ path: `${shots}game.png` });
   });
@@ -222,6 +262,13 @@ describe('analysis board', () => {
     assert.equal(await page.getAttribute('#moves .move.current', 'data-ply'), '6');
     assert.equal((await fen()).split(' ')[0], 'r1bqkbnr/pppp1ppp/8/4p3/2BnP3/5N2/PPPP1PPP/RNBQK2R');
     await page.screenshot({ path: `${shots}review.png` });
+    // Export writes the review as varn-annotate does: evaluations, verdicts, better lines.
+    await page.click('#export-pgn');
+    const exported = await page.inputValue('#pgn');
+    assert.match(exported, /^\[Event "Test"\]\n\[Result "0-1"\]\n\[Annotator "Varn 504 \(depth 6\)"\]/);
+    assert.match(exported, /\{ \[%eval [-#.\d]+\] \}/);
+    assert.match(exported, /\$4\s\{ \[%eval [^\]]+\] \}\s\(\d+\.+ /);
+    assert.match(exported, / 7\.\.\. Nf3# 0-1\n$/);
     // Analysis on a reviewed position: the page as the README shows it.
     await page.click('#analyse');
     await page.waitForFunction(() => Number(document.getElementById('pv').dataset.depth) >= 8, null, { timeout: 60000 });

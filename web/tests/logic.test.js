@@ -5,6 +5,7 @@ import assert from 'node:assert/strict';
 import { Chess } from 'chess.js';
 import { readFen, readMove, readPgn } from '../src/position.js';
 import { Game } from '../src/game.js';
+import { newGame } from 'varn/pgn';
 
 describe('user input', () => {
   test('bad FENs are refused with a reason', () => {
@@ -24,11 +25,13 @@ describe('user input', () => {
     assert.equal(readFen('  4k3/8/8/8/8/8/8/4K3   b - - ').fen, '4k3/8/8/8/8/8/8/4K3 b - - 0 1');
   });
 
-  test('PGN: moves and start position, or a reason', () => {
-    const game = readPgn('[FEN "4k3/8/8/8/8/8/4P3/4K3 w - - 0 1"]\n[SetUp "1"]\n\n1. e4 {a comment} Kd7 (1... Ke7) 2. e5 *');
-    assert.deepEqual(game, { start: '4k3/8/8/8/8/8/4P3/4K3 w - - 0 1', moves: ['e2e4', 'e8d7', 'e4e5'] });
-    assert.match(readPgn('1. e4 e5 2. Ke3').error, /Not a valid PGN/);
-    assert.match(readPgn('   ').error, /Paste a PGN/);
+  test('PGN: the first game with its start position, variations and comments, or a reason', async () => {
+    const read = await readPgn('[FEN "4k3/8/8/8/8/8/4P3/4K3 w - - 0 1"]\n[SetUp "1"]\n\n1. e4 {a comment} Kd7 (1... Ke7) 2. e5 *\n\n1. d4 *');
+    assert.deepEqual([read.game.start, read.game.mainMoves, read.count], ['4k3/8/8/8/8/8/4P3/4K3 w - - 0 1', ['e2e4', 'e8d7', 'e4e5'], 2]);
+    assert.match(read.game.pgn(), /1\. e4 \{a comment\} 1\.\.\. Kd7 \(1\.\.\. Ke7\) 2\. e5 \*/);
+    assert.match((await readPgn('1. e4 e5 2. Ke3')).error, /^Not a valid PGN: illegal move 2\. Ke3/);
+    assert.match((await readPgn('[FEN "4k3/8/8/8/8/8/4Q3/4K3 w - - 0 1"]\n\n*')).error, /start position is refused/);
+    assert.match((await readPgn('   ')).error, /Paste a PGN/);
   });
 
   test('typed moves in either notation, illegal ones refused', () => {
@@ -47,42 +50,72 @@ describe('user input', () => {
   });
 });
 
+// A game from a FEN (the start position by default) with moves played.
+function played(fen, moves = []) {
+  const game = new Game(newGame(fen));
+  for (const move of moves) game.play(move);
+  return game;
+}
+
 describe('the game', () => {
-  test('a move at an earlier position replaces the moves after it', () => {
-    const game = new Game(undefined, ['e2e4', 'e7e5', 'g1f3']);
+  test('a move where the game goes on starts a variation; variations entered, promoted, deleted; undo', () => {
+    const game = new Game();
+    for (const move of ['e2e4', 'e7e5', 'g1f3']) game.play(move);
     game.go(1);
     assert.equal(game.play('c7c5'), 'c5');
-    assert.deepEqual([game.moves, game.cursor], [['e2e4', 'c7c5'], 2]);
+    assert.deepEqual([game.mainMoves, game.moves, game.mainPly()], [['e2e4', 'e7e5', 'g1f3'], ['e2e4', 'c7c5'], null]);
+    // The same move again enters the line that has it.
+    game.go(1);
+    game.play('e7e5');
+    assert.deepEqual([game.moves, game.cursor, game.mainPly()], [['e2e4', 'e7e5', 'g1f3'], 2, 2]);
     assert.equal(game.play('e1e3'), null);
-    assert.equal(game.push('a2a5'), null);
-    assert.equal(game.length, 2);
+    game.select([0, 1]);
+    game.promote();
+    assert.deepEqual([game.mainMoves, game.path()], [['e2e4', 'c7c5'], [0, 0]]);
+    game.undo();
+    assert.deepEqual([game.mainMoves, game.moves], [['e2e4', 'e7e5', 'g1f3'], ['e2e4', 'c7c5']]);
+    game.goMain(2);
+    game.remove();
+    assert.deepEqual([game.mainMoves, game.cursor], [['e2e4', 'c7c5'], 1]);
+    game.undo();
+    game.undo();
+    assert.deepEqual([game.mainMoves, game.tree.root.children[0].children.length], [['e2e4', 'e7e5', 'g1f3'], 1]);
+    for (let i = 0; i < 3; i += 1) game.undo();
+    assert.deepEqual([game.mainMoves, game.canUndo], [[], false]);
   });
 
   test('outcomes', () => {
     const shuffle = ['g1f3', 'g8f6', 'f3g1', 'f6g8', 'g1f3', 'g8f6', 'f3g1', 'f6g8'];
     const cases = [
-      [new Game(undefined, ['f2f3', 'e7e5', 'g2g4', 'd8h4']), 'Black wins by checkmate.'],
-      [new Game('7k/5Q2/6K1/8/8/8/8/8 b - - 0 1'), 'Draw by stalemate.'],
-      [new Game(undefined, shuffle), 'Draw by threefold repetition.'],
-      [new Game(undefined, shuffle.slice(0, 7)), null],
-      [new Game('4k3/8/8/8/8/8/4P3/4K2R w - - 99 80', ['h1h2']), 'Draw by the fifty-move rule.'],
-      [new Game('4k3/8/8/8/8/8/8/4KN2 w - - 0 1'), 'Draw: neither side can mate.'],
+      [played(undefined, ['f2f3', 'e7e5', 'g2g4', 'd8h4']), 'Black wins by checkmate.'],
+      [played('7k/5Q2/6K1/8/8/8/8/8 b - - 0 1'), 'Draw by stalemate.'],
+      [played(undefined, shuffle), 'Draw by threefold repetition.'],
+      [played(undefined, shuffle.slice(0, 7)), null],
+      [played('4k3/8/8/8/8/8/4P3/4K2R w - - 99 80', ['h1h2']), 'Draw by the fifty-move rule.'],
+      [played('4k3/8/8/8/8/8/8/4KN2 w - - 0 1'), 'Draw: neither side can mate.'],
     ];
     for (const [game, outcome] of cases) assert.equal(game.outcome(), outcome, game.fen());
   });
 
   test('long games reach the engine from a later position', () => {
-    const game = new Game(undefined, Array.from({ length: 250 }, () => ['g1f3', 'g8f6', 'f3g1', 'f6g8']).flat());
+    const game = played(undefined, Array.from({ length: 250 }, () => ['g1f3', 'g8f6', 'f3g1', 'f6g8']).flat());
     assert.deepEqual(game.engineInput(3), { fen: game.fen(0), moves: ['g1f3', 'g8f6', 'f3g1'] });
     const input = game.engineInput(1000);
     assert.equal(input.fen, game.fen(100));
     assert.equal(input.moves.length, 900);
   });
 
-  test('PGN out reads back, with its start position', () => {
-    const game = new Game('4k3/8/8/8/8/8/4P3/4K3 w - - 0 1', ['e2e4', 'e8d7']);
-    const back = new Chess();
-    back.loadPgn(game.pgn());
-    assert.deepEqual([back.history(), back.getHeaders().FEN], [['e4', 'Kd7'], '4k3/8/8/8/8/8/4P3/4K3 w - - 0 1']);
+  test('PGN out: tags kept, the result the rules give, and the review\'s notes', async () => {
+    const { game } = await readPgn('[Event "Club"]\n[Result "*"]\n\n1. f3 {hm} e5 (1... d5) 2. g4 Qh4# *');
+    game.setReview({ moves: [null, null, { nag: 4, comment: '[%eval #-1]', line: ['b1c3'] }], tags: [['Annotator', 'Varn']] });
+    assert.equal(game.pgn(), '[Event "Club"]\n[Result "0-1"]\n[Annotator "Varn"]\n\n1. f3 {hm} 1... e5 (1... d5) 2. g4 $4 { [%eval #-1] } (2. Nc3) 2... Qh4# 0-1\n');
+    game.clearReview();
+    assert.doesNotMatch(game.pgn(), /Annotator|\$4|Nc3/);
+    const played = new Game();
+    for (const move of ['g1f3', 'g8f6', 'f3g1', 'f6g8', 'g1f3', 'g8f6', 'f3g1', 'f6g8']) played.play(move);
+    assert.match(played.pgn(), /\[Result "1\/2-1\/2"\]\n\n1\. Nf3 Nf6 2\. Ng1 Ng8 3\. Nf3 Nf6 4\. Ng1 Ng8 1\/2-1\/2\n$/);
+    // A result set by play does not override the rules' draw.
+    played.setResult('1-0');
+    assert.equal(played.result(), '1/2-1/2');
   });
 });

@@ -36,8 +36,8 @@ port.on((message) => {
     } else {
       const annotating = annotateGame(engine, message.text, options, () => port.send({ position: true }));
       // An engine program that ends mid-game fails the run instead of leaving it waiting.
-      const done = await (engine.failed ? Promise.race([annotating, engine.failed]) : annotating);
-      port.send({ seq: message.seq, ...done });
+      const { text, positions, error } = await (engine.failed ? Promise.race([annotating, engine.failed]) : annotating);
+      port.send({ seq: message.seq, text, positions, error });
     }
   }).catch((error) => port.send({ failed: String(error?.stack || error) }));
 });

@@ -46,11 +46,14 @@ export function decidedValue(score) {
 // White's chances in percent for a White's-view score: the logistic curve of
 // the accuracy formula below, over centipawns within its cap (mates at it).
 export function winPercent(score) {
-  let cp = score.cp;
-  if (score.winner) cp = score.winner === 'white' ? AccuracyCp : -AccuracyCp;
-  else if (score.mate !== undefined) cp = score.mate > 0 ? AccuracyCp : -AccuracyCp;
-  cp = Math.max(-AccuracyCp, Math.min(AccuracyCp, cp));
-  return 50 + 50 * (2 / (1 + Math.exp(-0.00368208 * cp)) - 1);
+  return 50 + 50 * (2 / (1 + Math.exp(-0.00368208 * accuracyValue(score))) - 1);
+}
+
+// A White's-view score in centipawns within the accuracy's cap.
+function accuracyValue(score) {
+  if (score.winner) return score.winner === 'white' ? AccuracyCp : -AccuracyCp;
+  if (score.mate !== undefined) return score.mate > 0 ? AccuracyCp : -AccuracyCp;
+  return Math.max(-AccuracyCp, Math.min(AccuracyCp, score.cp));
 }
 
 // A move's accuracy in percent from the mover's chances before and after it.
@@ -76,8 +79,7 @@ function judgeMove(scores, i, whiteFirst) {
   const sign = (i % 2 === 0) === whiteFirst ? 1 : -1;
   const before = scores[i];
   const after = scores[i + 1];
-  const loss = Math.max(0, sign * (decidedValue(before) - decidedValue(after)));
-  let verdict = verdictFor(loss);
+  let loss = Math.max(0, sign * (decidedValue(before) - decidedValue(after)));
   let mate = null;
   const had = mateFor(before, sign);
   const has = mateFor(after, sign);
@@ -88,9 +90,10 @@ function judgeMove(scores, i, whiteFirst) {
   } else if (had >= 0 && has < 0) {
     mate = 'Checkmate is now unavoidable.';
   }
-  // A mate missed or allowed is a fault even when the game was already decided.
-  if (mate && !verdict) verdict = Inaccuracy;
-  return { loss, verdict, mate };
+  // A mate missed or allowed is a fault even in a decided game: its loss is
+  // counted up to the accuracy's wider cap, and it is at least an inaccuracy.
+  if (mate) loss = Math.max(loss, sign * (accuracyValue(before) - accuracyValue(after)));
+  return { loss, verdict: verdictFor(loss) ?? (mate ? Inaccuracy : null), mate };
 }
 
 // Each move's { loss, verdict } for a game's scores.

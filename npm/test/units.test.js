@@ -63,8 +63,8 @@ describe('the review', () => {
       assert.equal(verdictFor(verdict.loss - 1)?.name ?? null, Verdicts[i + 1]?.name ?? null);
     }
     assert.deepEqual(Verdicts.map((v) => v.nag), [4, 2, 6]);
-    // Past the decided mark a slower win, or a mate given up for a big lead, costs nothing.
-    assert.deepEqual(judgeMoves([{ mate: 3 }, cp(DecidedCp + 200), { mate: 5 }]).map((m) => m.loss), [0, 0]);
+    // A slower mate, or a lead past the decided mark given up in part, costs nothing.
+    assert.deepEqual(judgeMoves([{ mate: 3 }, { mate: 5 }, cp(DecidedCp + 600), cp(DecidedCp + 100)]).map((m) => m.loss), [0, 0, 0]);
   });
 
   test('losses are charged to the side that moved when Black moves first, in words with the better move', () => {
@@ -88,6 +88,8 @@ describe('the review', () => {
     assert.deepEqual(game.moves.map((m) => m.comment), [null, null, 'Mate in 2 was missed. Qh5 was best.',
       'Checkmate is now unavoidable. Nf6 was best.', null, null, 'Lost forced checkmate sequence. Ng5 was best.']);
     assert.deepEqual(game.moves.map((m) => m.verdict?.name ?? null), [null, null, 'blunder', 'blunder', null, null, 'inaccuracy']);
+    // A mate allowed in a lost game still costs what is left, up to 10 pawns.
+    assert.equal(judgeMoves([cp(-770), { mate: -2 }])[0].verdict.name, 'mistake');
     // The engine's own choice gets no "was best", nor a line.
     const own = judge(undefined, ['e2e4'], [cp(0), cp(-400)], [['e2e4']]);
     assert.deepEqual([own.moves[0].comment, own.moves[0].better], ['Blunder.', []]);

@@ -43,5 +43,5 @@ node example.mjs
 awk '/^## Browser/ { section = 1 } section && /<script type="module">/ { code = 1; next } code && /<\/script>/ { exit } code' "$root/npm/README.md" > page.mjs
 npx tsc --strict --noEmit --allowJs --checkJs --module nodenext --moduleResolution nodenext --target es2022 --lib es2022,dom example.mjs page.mjs
 printf '[Event "Check"]\n\n1. f3 e5 2. g4 Qh4# 0-1\n' | npx varn-annotate --depth 5 --jobs 1 > annotated.pgn
-grep -q '2. g4 \$4 { \[%eval #-1\] }' annotated.pgn || { echo "varn-annotate from the package wrote:"; cat annotated.pgn; exit 1; }
+tr '\n' ' ' < annotated.pgn | grep -q '2. g4 \$4 { \[%eval #-1\] Checkmate is now unavoidable' || { echo "varn-annotate from the package wrote:"; cat annotated.pgn; exit 1; }
 echo "package check passed: the packed varn installs, runs the README's Node example and varn-annotate, and its examples type-check"

@@ -13,10 +13,11 @@ export class VarnEngine {
   // the package's own), threads (false: the build without threads even where
   // shared memory allows threads), hash (MB), onMessage(text) for the
   // engine's "info string" notes, onFailure(error) when the engine fails
-  // after it started.
+  // after it started; openTransport to talk to another UCI engine instead.
   static async start(options = {}) {
     const engine = new VarnEngine(options);
-    engine.transport = await openTransport(options, (text) => engine.receive(text), (error) => engine.fail(error));
+    const open = options.openTransport ?? openTransport;
+    engine.transport = await open(options, (text) => engine.receive(text), (error) => engine.fail(error));
     try {
       const uciok = engine.expect('uciok');
       engine.send('uci');
@@ -139,7 +140,7 @@ export class VarnEngine {
     }
     const [, best, , ponder] = search.bestLine.split(/\s+/);
     search.resolve({
-      bestmove: best && best !== '(none)' ? best : null,
+      bestmove: best && best !== '0000' && best !== '(none)' ? best : null,
       ponder: ponder || null,
       info: search.last,
       lines: search.lines,

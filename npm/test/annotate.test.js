@@ -53,9 +53,9 @@ describe('an annotated collection', () => {
   test('blunders get ?? ($4), the better line and evaluations from White\'s view', async () => {
     const [trap, fool] = (await gamesOf(single.out)).map(flat);
     // 3... Nf6 allows mate in one: White mates, whoever moved.
-    assert.match(trap, /3\.\.\. Nf6 \$4 \{ \[%eval #1\] \} \{Bob missed it\.\} \(3\.\.\. (g6|Qe7|Qf6|Nh6|Ke7)/);
+    assert.match(trap, /3\.\.\. Nf6 \$4 \{ \[%eval #1\] Checkmate is now unavoidable\. (g6|Qe7|Qf6|Nh6|Ke7) was best\. \} \{Bob missed it\.\} \(3\.\.\. \1/);
     assert.match(trap, /\[BlackBlunders "1"\]/);
-    assert.match(fool, /2\. g4 \$4 \{ \[%eval #-1\] \} \(2\. /);
+    assert.match(fool, /2\. g4 \$4 \{ \[%eval #-1\] Checkmate is now unavoidable\. (\S+) was best\. \} \(2\. \1 /);
     assert.match(fool, /\[WhiteBlunders "1"\]/);
     // A mate on the board has no evaluation: the move shows it.
     assert.match(fool, /2\.\.\. Qh4# 0-1/);
@@ -90,11 +90,44 @@ describe('an annotated collection', () => {
   });
 
   test('bad options are refused with the usage', () => {
-    for (const args of [['--shard', '3/2'], ['--jobs', '0'], ['--resume'], ['--depth', '4', '--movetime', '100']]) {
+    for (const args of [['--shard', '3/2'], ['--jobs', '0'], ['--resume'], ['--depth', '4', '--movetime', '100'], ['--option', 'Hash=1']]) {
       const run = annotate([...args, collection]);
       assert.equal(run.status, 2, args.join(' '));
       assert.match(run.err, /Usage:/);
     }
+  });
+});
+
+describe('verdicts in words, and other engines', () => {
+  const native = process.env.VARN_NATIVE || fileURLToPath(new URL('../../build/varn', import.meta.url));
+
+  test('a blunder by Black in a game that starts with Black to move: charged to Black, in words, with the better line', async () => {
+    const game = '[Event "Back rank"]\n[SetUp "1"]\n[FEN "3r2k1/p4ppp/8/8/8/7P/5PP1/3R2K1 b - - 0 30"]\n\n30... a6 31. Rxd8# 1-0';
+    const run = annotate([...depth, '--jobs', '1'], game);
+    assert.equal(run.status, 0, run.err);
+    const text = flat(run.out);
+    assert.match(text, /30\.\.\. a6 \$4 \{ \[%eval #1\] Checkmate is now unavoidable\. (\S+) was best\. \} \(30\.\.\. \1 /);
+    assert.match(text, /\[BlackBlunders "1"\].*\[WhiteBlunders "0"\]|\[WhiteBlunders "0"\].*\[BlackBlunders "1"\]/);
+    assert.match(text, /\[WhiteAccuracy "100\.0"\]/);
+    assert.doesNotMatch(text, /\[ECO /, 'a set-up position has no opening');
+  });
+
+  test('the native varn as --engine gives the built-in engine\'s evaluations and verdicts', { skip: !existsSync(native) && `no native varn at ${native}` }, () => {
+    const run = annotate([...depth, '--engine', native, '--option', 'Hash=16', collection]);
+    assert.equal(run.status, 0, run.err);
+    const own = annotate([...depth, '--hash', '16', collection]);
+    const body = (text) => text.replace(/\[Annotator "[^"]*"\]\n/g, '');
+    assert.equal(body(run.out), body(own.out));
+    assert.match(run.out, /\[Annotator "Varn \S+ \(depth 6, losses confirmed at depth 7\)"\]/);
+  });
+
+  test('an engine that cannot start, or lacks an option, stops the run with the reason', { skip: !existsSync(native) && `no native varn at ${native}` }, () => {
+    const missing = annotate([...depth, '--engine', join(folder, 'no-engine'), collection]);
+    assert.equal(missing.status, 1);
+    assert.match(missing.err, /the engine .*no-engine could not start: .*ENOENT/);
+    const option = annotate([...depth, '--engine', native, '--option', 'Skill=3', collection]);
+    assert.equal(option.status, 1);
+    assert.match(option.err, /has no option "Skill"/);
   });
 });
 

@@ -139,28 +139,60 @@ export interface Verdict {
   /** Its PGN numeric annotation glyph. */
   nag: number;
   symbol: string;
+  /** The verdict as a review writes it: "Blunder". */
+  word: string;
 }
 export declare const Verdicts: Verdict[];
 export declare const DecidedCp: number;
+export declare const ConfirmPlies: number;
+export declare const ConfirmTimeFactor: number;
+export declare const BetterPlies: number;
 export declare function verdictFor(loss: number): Verdict | null;
 export declare function decidedValue(score: WhiteScore): number;
-export declare function moveLosses(scores: WhiteScore[], whiteFirst?: boolean): number[];
-export declare function judgeMoves(scores: WhiteScore[], whiteFirst?: boolean): (Verdict['name'] | null)[];
-export interface SideSummary { inaccuracies: number; mistakes: number; blunders: number; acpl: number }
-export declare function reviewSummary(scores: WhiteScore[], whiteFirst?: boolean): { white: SideSummary; black: SideSummary };
-/** Searches every position of a game, as a new game (empty table); per position its White's-view score and line. */
+/** White's winning chances in percent (0 to 100). */
+export declare function winPercent(score: WhiteScore): number;
+/** A move's accuracy in percent from the mover's chances before and after it. */
+export declare function moveAccuracy(before: number, after: number): number;
+/** Each move's loss (centipawns, mover's side) and verdict. */
+export declare function judgeMoves(scores: WhiteScore[], whiteFirst?: boolean): { loss: number; verdict: Verdict | null }[];
+export interface ReviewedPosition { score: WhiteScore; pv: string[]; confirmed?: boolean }
+export interface JudgedMove {
+  loss: number;
+  verdict: Pick<Verdict, 'name' | 'nag' | 'symbol'> | null;
+  accuracy: number;
+  /** "Blunder. Nf3 was best.", "Checkmate is now unavoidable. Kg1 was best.", ... or null. */
+  comment: string | null;
+  /** The better line in coordinates; [] without a verdict. */
+  better: string[];
+}
+export interface SideSummary { inaccuracies: number; mistakes: number; blunders: number; acpl: number; accuracy: number | null }
+export declare function judgeGame(
+  game: { fen?: string; moves: string[] },
+  positions: ReviewedPosition[],
+): { moves: JudgedMove[]; sides: { white: SideSummary; black: SideSummary }; tags: [string, string | number][] };
+/** The limits of the confirming searches for a first pass's limits. */
+export declare function confirmLimits(limits: Limits): Limits | null;
+/**
+ * Searches every position of a game as a new game (empty table), then the
+ * positions around each mistake or blunder again with options.confirm
+ * (default confirmLimits(limits); null for none).
+ */
 export declare function reviewGame(
   engine: VarnEngine,
   game: { fen?: string; moves: string[] },
   limits: Limits,
-  options?: { onPosition?: (index: number, count: number) => void; signal?: AbortSignal },
-): Promise<{ score: WhiteScore; pv: string[] }[]>;
-/** The Annotator tag's value for a review: "Varn 504 (depth 8)". */
-export declare function annotatorText(engineName: string, limits: Limits): string;
-/** A reviewed game's notes for varn/pgn's addReview: per move its verdict's NAG, [%eval] comment and better line; the summary tags. */
+  options?: { onPosition?: (index: number, count: number) => void; signal?: AbortSignal; confirm?: Limits | null },
+): Promise<ReviewedPosition[]>;
+/** The Annotator tag's value for a review: "Varn 504 (depth 8, losses confirmed at depth 9)". */
+export declare function annotatorText(engineName: string, limits: Limits, confirm?: Limits | null): string;
+/**
+ * The notes of a reviewed game for its PGN (addReview of varn/pgn): per move
+ * the verdict's NAG, the [%eval] and the verdict in words as its comment, the
+ * better line; the Annotator's and the summary's tags.
+ */
 export declare function reviewNotes(
-  positions: { score: WhiteScore; pv: string[] }[],
-  moves: string[],
-  whiteFirst: boolean,
+  game: { fen?: string; moves: string[] },
+  positions: ReviewedPosition[],
   annotator: string,
 ): import('./pgn.js').ReviewNotes;
+

@@ -29,7 +29,7 @@ const analysis = new Analysis({
 const play = new Play({
   level: $('play-level'), result: $('result'), playing: $('playing'), resign: $('resign'), clocks: { w: $('clock-w'), b: $('clock-b') },
 }, { onEngineMove: (lan) => engineMove(lan), onEnd: (result) => gameEnded(result) });
-const review = new Review({ button: $('review'), progress: $('review-progress'), graph: $('graph'), summary: $('review-summary') }, (ply) => goMain(ply));
+const review = new Review({ button: $('review'), progress: $('review-progress'), graph: $('graph'), summary: $('review-summary'), note: $('review-note') }, (ply) => goMain(ply));
 
 function say(text, kind = 'error') {
   const box = $('message');
@@ -384,8 +384,7 @@ $('review').onclick = async () => {
   if (done) {
     mode = 'idle';
     // Export writes the review's notes as varn-annotate does.
-    const whiteFirst = game.start.split(' ')[1] === 'w';
-    game.setReview(reviewNotes(review.positions, moves, whiteFirst, annotatorText(engine.name, limits)));
+    game.setReview(reviewNotes({ fen: game.start, moves }, review.positions, annotatorText(engine.name, limits)));
   }
   show();
   return undefined;

@@ -261,18 +261,23 @@ describe('the analysis board on a plain static host', () => {
     await page.click('#review');
     await page.waitForFunction(() => document.getElementById('review-summary').textContent, null, { timeout: 90000 });
     assert.equal(await page.locator('#graph circle.point').count(), 15);
-    assert.ok(await page.locator('#graph circle.blunder').count() >= 1, 'the game has blunders');
-    assert.ok(await page.locator('#moves .move.blunder').count() >= 1, 'the move list marks them');
+    assert.ok(await page.locator('#graph circle.mistake, #graph circle.blunder').count() >= 1, 'the game has mistakes');
+    const marked = page.locator('#moves .move.mistake, #moves .move.blunder').first();
+    assert.match(await marked.textContent(), /\?\??$/, 'the move list marks them');
+    assert.match(await page.textContent('#review-summary'), /^White \d+\.\d% accuracy: .*Black \d+\.\d% accuracy: /);
+    // A mistake shown: its symbol, the verdict in words and the better move.
+    await marked.click();
+    assert.match(await page.textContent('#review-note'), /^\d+\.(\.\.)? \S+\?\?? (Mistake\.|Blunder\.|Checkmate is now unavoidable\.) \S+ was best\. \(accuracy \d+%\)$/);
     await page.locator('#graph circle[data-ply="6"]').click();
     assert.equal(await page.getAttribute('#moves .move.current', 'data-ply'), '6');
     assert.equal((await fen()).split(' ')[0], 'r1bqkbnr/pppp1ppp/8/4p3/2BnP3/5N2/PPPP1PPP/RNBQK2R');
     await page.screenshot({ path: `${shots}review.png` });
-    // Export writes the review as varn-annotate does: evaluations, verdicts, better lines.
+    // Export writes the review as varn-annotate does: evaluations, verdicts in words, better lines.
     await page.click('#export-pgn');
     const exported = await page.inputValue('#pgn');
-    assert.match(exported, /^\[Event "Test"\]\n\[Result "0-1"\]\n\[Annotator "Varn 504 \(depth 6\)"\]/);
+    assert.match(exported, /^\[Event "Test"\]\n\[Result "0-1"\]\n\[Annotator "Varn 504 \(depth 6, losses confirmed at depth 7\)"\]\n\[WhiteAccuracy "[\d.]+"\]/);
     assert.match(exported, /\{ \[%eval [-#.\d]+\] \}/);
-    assert.match(exported, /\$4\s\{ \[%eval [^\]]+\] \}\s\(\d+\.+ /);
+    assert.match(exported, /\$[24]\s\{ \[%eval [^\]]+\] (Mistake|Blunder|Checkmate is now unavoidable)\.[^}]* was best\. \}\s\(\d+\.+ /);
     assert.match(exported, / 7\.\.\. Nf3# 0-1\n$/);
     // Analysis on a reviewed position, three lines: the page as the README shows it.
     await page.selectOption('#lines-count', '3');

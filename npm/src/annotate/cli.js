@@ -7,14 +7,28 @@ import { fork } from 'node:child_process';
 import { Worker } from 'node:worker_threads';
 import { fileURLToPath } from 'node:url';
 import { readLines, splitGames, TagLine, Termination } from '../pgn.js';
+import { confirmLimits } from '../review.js';
+import { readOpenings } from '../openings.js';
 import { Progress } from './progress.js';
 
+// Where Debian's pgn-extract package puts its opening classification.
+const DefaultOpenings = '/usr/share/pgn-extract/eco.pgn';
+
 const Usage = `Usage: varn-annotate [options] [file.pgn ...]   (no file or "-": standard input)
-Writes each game with [%eval] comments, ?!/?/?? as $6/$2/$4, the better line
-for mistakes and blunders, and a summary per side in its tags.
+Writes each game with [%eval] comments, ?!/?/?? as $6/$2/$4 with the verdict
+in words and the better line, each side's accuracy and counts in its tags,
+and the opening's ECO code and name when the game has none.
   -o, --output FILE   write to FILE instead of standard output
   --depth N           search each position to depth N (default 8)
   --movetime MS       search each position for MS milliseconds instead
+  --confirm-depth N   search again to depth N around each mistake or blunder
+                      before marking it (default: depth + 1; with --movetime,
+                      three times the time; 0: no second search)
+  --engine PATH       annotate with the UCI engine program PATH instead of
+                      the built-in engine
+  --option NAME=VALUE set an option of that engine (repeatable)
+  --openings FILE     name openings from FILE, ECO classifications in PGN
+                      (default: ${DefaultOpenings} when it exists)
   --jobs N            engines working at once (default: one per core)
   --shard K/N         only every N-th game, starting with the K-th
   --resume            skip the games FILE already holds and append the rest
@@ -49,6 +63,10 @@ function readOptions(argv) {
       resume: { type: 'boolean' },
       'no-comments': { type: 'boolean' },
       hash: { type: 'string' },
+      'confirm-depth': { type: 'string' },
+      engine: { type: 'string' },
+      option: { type: 'string', multiple: true },
+      openings: { type: 'string' },
       help: { type: 'boolean', short: 'h' },
     },
   });
@@ -62,7 +80,20 @@ function readOptions(argv) {
     hash: values.hash === undefined ? undefined : whole(values.hash, '--hash', 1),
     shard: { index: 0, count: 1 },
     limits: values.movetime !== undefined ? { movetime: whole(values.movetime, '--movetime', 1) } : { depth: values.depth === undefined ? 8 : whole(values.depth, '--depth', 1) },
+    engine: values.engine ?? null,
+    settings: (values.option ?? []).map((text) => {
+      const at = text.indexOf('=');
+      if (at < 1) fail(`--option needs NAME=VALUE, not "${text}"`);
+      return [text.slice(0, at).trim(), text.slice(at + 1).trim()];
+    }),
+    openings: values.openings ?? (existsSync(DefaultOpenings) ? DefaultOpenings : null),
   };
+  options.confirm = confirmLimits(options.limits);
+  if (values['confirm-depth'] !== undefined) {
+    const depth = whole(values['confirm-depth'], '--confirm-depth', 0);
+    options.confirm = depth ? { depth } : null;
+  }
+  if (options.settings.length && !options.engine) fail('--option sets an option of the engine given with --engine');
   if (values.movetime !== undefined && values.depth !== undefined) fail('give --depth or --movetime, not both');
   if (values.shard !== undefined) {
     const match = /^(\d+)\/(\d+)$/.exec(values.shard);
@@ -152,16 +183,20 @@ async function startWorker(kind, options, onPosition, onNote) {
     answer = { resolve, reject };
     send(message);
   });
-  await ask({ options: { limits: options.limits, keepComments: options.keepComments, hash: options.hash } });
-  return {
-    annotate: (seq, text) => ask({ seq, text }),
-    end: () => {
-      answer = null;
-      child.removeAllListeners('exit');
-      if (kind === 'process') child.kill('SIGKILL');
-      else child.terminate();
-    },
+  const end = () => {
+    answer = null;
+    child.removeAllListeners('exit');
+    if (kind === 'process') child.kill('SIGKILL');
+    else child.terminate();
   };
+  const { limits, confirm, keepComments, hash, engine, settings, openings } = options;
+  try {
+    await ask({ options: { limits, confirm, keepComments, hash, engine, settings, openings } });
+  } catch (error) {
+    end();
+    throw error;
+  }
+  return { annotate: (seq, text) => ask({ seq, text }), end };
 }
 
 // The output: a file (appended to when resuming) or standard output.
@@ -197,12 +232,13 @@ export async function main(argv, { stderr = process.stderr, workerKind = process
     process.stdout.write(`${Usage}\n`);
     return 0;
   }
-  for (const file of options.files) {
+  for (const file of [...options.files, options.openings ?? '-']) {
     if (file !== '-' && !existsSync(file)) {
       stderr.write(`varn-annotate: no such file: ${file}\n`);
       return 2;
     }
   }
+  if (options.openings) options.openings = await readOpenings(readLines(createReadStream(options.openings)));
   const progress = new Progress(stderr);
   let skip = 0;
   let cut = null;

@@ -6,6 +6,7 @@
 import { parentPort } from 'node:worker_threads';
 import { VarnEngine } from '../engine.js';
 import { annotateGame } from './annotate.js';
+import { startProgram } from './program.js';
 
 const port = parentPort
   ? { on: (handle) => parentPort.on('message', handle), send: (message) => parentPort.postMessage(message) }
@@ -21,15 +22,24 @@ port.on((message) => {
   queue = queue.then(async () => {
     if (message.options) {
       options = message.options;
-      // The engine's notes at its start (a Hash clamped or reduced) go to the user.
-      engine = await VarnEngine.start({ hash: options.hash, onMessage: (note) => port.send({ note }) });
-      engine.onMessage = null;
+      try {
+        // The engine's notes at its start (a Hash clamped or reduced) go to the user.
+        engine = options.engine
+          ? await startProgram(options.engine, { hash: options.hash, settings: options.settings })
+          : await VarnEngine.start({ hash: options.hash, onMessage: (note) => port.send({ note }) });
+        engine.onMessage = null;
+      } catch (error) {
+        port.send({ failed: error.message });
+        return;
+      }
       port.send({ ready: true });
     } else if (message.quit) {
       await engine?.quit();
       if (!parentPort) process.disconnect();
     } else {
-      const { text, positions, error } = await annotateGame(engine, message.text, options, () => port.send({ position: true }));
+      const annotating = annotateGame(engine, message.text, options, () => port.send({ position: true }));
+      // An engine program that ends mid-game fails the run instead of leaving it waiting.
+      const { text, positions, error } = await (engine.failed ? Promise.race([annotating, engine.failed]) : annotating);
       port.send({ seq: message.seq, text, positions, error });
     }
   }).catch((error) => port.send({ failed: String(error?.stack || error) }));

@@ -77,6 +77,7 @@ struct SearchOrder {
   size_t lines = 0;         // several lines, or only some root moves: how many lines
   std::string fen, moves;   // the game as the library gets it, for the level and the lines
   std::vector<RootChild> children;
+  bool allMoves = true;     // no searchmoves left out a legal move
 };
 
 ReportState Report;
@@ -449,8 +450,9 @@ void RunSearch(SearchOrder order) {
     }
   }
   // Nothing to play yet (a stop or the deadline came first): a short ordinary
-  // search gives the move, never the first legal one.
-  if (result == 0 && Report.bestLine.empty() && Report.fallbackMove.empty()) ShortSearch(order);
+  // search gives the move, never the first legal one. It searches every move,
+  // so moves a GUI named fall back to the first of them instead.
+  if (result == 0 && Report.bestLine.empty() && Report.fallbackMove.empty() && order.allMoves) ShortSearch(order);
   WaitUntil([&] { return State.stopRequested || !plan.hold || (plan.ponder && State.ponderHit); });
   std::string best = WordAt(Report.bestLine, 0);
   std::string ponder = WordAt(Report.bestLine, 1);
@@ -599,6 +601,7 @@ void Go(const GoRequest &request, bool wait) {
     return;
   }
   ReseedLevelIfAsked();
+  order.allMoves = roots.size() == legal.size();
   if (order.level || order.lines) order.children = RootChildren(GameFen(), roots);
   SyncEngine();
   // Room for a root move and its forced reply.

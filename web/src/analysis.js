@@ -68,13 +68,17 @@ export class Analysis {
     this.running = false;
     this.run += 1;
     const asked = performance.now();
-    await this.engine.stop();
-    // From the request to the engine's bestmove, for the browser tests.
-    this.el.button.dataset.stopMs = String(performance.now() - asked);
-    // Play and the review search one line.
-    await this.engine.setOption('MultiPV', 1);
-    this.el.button.textContent = 'Start analysis';
-    this.el.button.classList.remove('running');
+    try {
+      await this.engine.stop();
+      // From the request to the engine's bestmove, for the browser tests.
+      this.el.button.dataset.stopMs = String(performance.now() - asked);
+      // Play and the review search one line.
+      await this.engine.setOption('MultiPV', 1);
+    } finally {
+      // Also when the engine has failed: the analysis is over either way.
+      this.el.button.textContent = 'Start analysis';
+      this.el.button.classList.remove('running');
+    }
   }
 
   // The list item of line n (from 1), made when first needed: its score and

@@ -278,7 +278,7 @@ describe('the analysis board on a plain static host', () => {
     assert.match(exported, /^\[Event "Test"\]\n\[Result "0-1"\]\n\[Annotator "Varn 504 \(depth 6, losses confirmed at depth 7\)"\]\n\[WhiteAccuracy "[\d.]+"\]/);
     assert.match(exported, /\{ \[%eval [-#.\d]+\] \}/);
     assert.match(exported, /\$[24]\s\{ \[%eval [^\]]+\] (Mistake|Blunder|Checkmate is now unavoidable)\.[^}]* was best\. \}\s\(\d+\.+ /);
-    assert.match(exported, / 7\.\.\. Nf3# 0-1\n$/);
+    assert.match(exported, / 7\.\.\. Nf3#\s0-1\n$/);
     // Analysis on a reviewed position, three lines: the page as the README shows it.
     await page.selectOption('#lines-count', '3');
     await page.click('#analyse');
@@ -301,7 +301,8 @@ async function openPage(url, viewport = { width: 1280, height: 900 }) {
 }
 
 describe('lines, links and reloads', () => {
-  const home = `http://127.0.0.1:${port}/`;
+  // The plain host's address, known once the servers have started.
+  const home = () => plain.url;
 
   test('several lines: best first with distinct moves, and a click plays a line', async () => {
     await page.selectOption('#lines-count', '3');
@@ -368,7 +369,7 @@ describe('lines, links and reloads', () => {
   test('a link opens the game or the position elsewhere', async () => {
     await page.click('#share');
     const link = await page.inputValue('#link');
-    assert.ok(link.startsWith(home) && link.includes('#pgn='), link);
+    assert.ok(link.startsWith(home()) && link.includes('#pgn='), link);
     const other = await openPage(link);
     // A page in the background draws no frames: its waits poll.
     await other.waitForFunction(() => document.getElementById('message').textContent.startsWith('Opened the shared game'), null, { polling: 100 });
@@ -376,14 +377,14 @@ describe('lines, links and reloads', () => {
     assert.equal(await other.getAttribute('#moves .move.current', 'data-ply'), '3');
     assert.equal(await other.inputValue('#fen'), await fen());
     // A position link, with a field the engine drops.
-    await other.goto(`${home}#fen=${encodeURIComponent('4k3/8/8/8/8/8/8/4K2R w KQ e3 0 1')}`);
+    await other.goto(`${home()}#fen=${encodeURIComponent('4k3/8/8/8/8/8/8/4K2R w KQ e3 0 1')}`);
     await other.waitForFunction(() => document.getElementById('message').textContent.startsWith('Opened the shared position'), null, { polling: 100 });
     assert.equal(await other.inputValue('#fen'), '4k3/8/8/8/8/8/8/4K2R w K - 0 1');
     assert.match(await other.textContent('#message'), /dropped castling right Q .* dropped en passant square e3/);
     assert.equal(new URL(other.url()).hash, '', 'the address no longer holds the link');
     // A game link whose start the engine repairs: the moves are read from the repaired position.
     const game = '[SetUp "1"]\n[FEN "r3k2r/8/8/8/8/8/8/4K3 w KQkq - 0 1"]\n\n1. Kd2 O-O *';
-    await other.goto(`${home}#${new URLSearchParams({ pgn: game, at: '0.0' })}`);
+    await other.goto(`${home()}#${new URLSearchParams({ pgn: game, at: '0.0' })}`);
     await other.waitForFunction(() => document.getElementById('message').textContent.startsWith('Opened the shared game'), null, { polling: 100 });
     assert.match(await other.textContent('#message'), /dropped castling right K /);
     assert.equal(await other.inputValue('#fen'), 'r4rk1/8/8/8/8/8/3K4/8 w - - 2 2');
@@ -391,7 +392,7 @@ describe('lines, links and reloads', () => {
   });
 
   test('on a phone a move keeps the whole board in view; a mate shows its result', async () => {
-    const phone = await openPage(home, { width: 390, height: 844 });
+    const phone = await openPage(home(), { width: 390, height: 844 });
     await phone.fill('#pgn', '1. e4 e5 2. Nf3 Nc6 3. Bb5 a6 4. Ba4 Nf6 5. O-O Be7 6. Re1 b5 7. Bb3 d6 8. c3 O-O 9. h3 Nb8 10. d4 Nbd7 *');
     await phone.click('#load-pgn');
     await phone.click('#last');

@@ -86,7 +86,7 @@ describe('an annotated collection', () => {
     assert.equal(run.status, 0, run.err);
     assert.match(run.err, /engine: option Hash 5000 is out of range: set to 1024/);
     assert.doesNotMatch(run.err, /reduced|failed/);
-    assert.match(flat(run.out), /2\. g4 \$4 \{ \[%eval #-1\] \}/);
+    assert.match(flat(run.out), /2\. g4 \$4 \{ \[%eval #-1\] Checkmate is now unavoidable\./);
   });
 
   test('bad options are refused with the usage', () => {

@@ -96,13 +96,9 @@ TEST(Parameters, ClampedByNameAndRestoredByInit) {
       {"DrawScore", "-80", &DrawScore, -50},
       {"BlitzPlayingSpeed", "fast", &BlitzPlayingSpeed, 25},
       {"FutilityPruning", "1000", &FutilityPruning, 500},
-      {"MaterialTrade", " \t+77abc", &MaterialTrade, 77},
       {"OffensiveScale", "99999999999999999999999", &OffensiveScale, 200},
-      {"SafetyAsymmetry", "-99999999999999999999999", &SafetyAsymmetry, -50},
       {"drawscore", "-20", &DrawScore, -50},
-      {"DrawScore ", "-20", &DrawScore, -50},
       {"DrawScoreX", "-20", &DrawScore, -50},
-      {"", "-20", &DrawScore, -50},
       {"DrawScore", "-20", &DrawScore, -20},
   };
   for (const auto &c : cases) {

@@ -1,5 +1,5 @@
 // Levels: the move choice by its properties, and whole searches through the
-// library at every level.
+// library: seeds, deeper passes, the top level.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -116,17 +116,6 @@ TEST(LevelChoice, WeakLevelsMissCapturesAndHangPiecesStrongOnesRarely) {
     missedBefore = missed;
     hungBefore = hung;
   }
-  // A queen for nothing is taken from 1000 up, and sometimes missed below.
-  std::vector<ScoredMove> queen = KnightToTake();
-  queen[0].score = 900;
-  for (const int elo : SomeLevels()) {
-    const int taken = Draws(queen, LevelStyleFor(elo), 400)["take"];
-    if (elo >= 1000) {
-      EXPECT_EQ(taken, 400) << elo;
-    } else if (elo == LevelEloMin) {
-      EXPECT_LT(taken, 400) << elo;
-    }
-  }
 }
 
 // Plays at a level with a seed from a new game.
@@ -142,25 +131,6 @@ class LevelGames : public testing::Test {
   static void SetUpTestSuite() { StartRealSession(); }
   static void TearDownTestSuite() { EndSession(); }
 };
-
-TEST_F(LevelGames, FromThousandUpEveryLevelTakesAFreeQueenAndMatesInOne) {
-  const struct {
-    const char *fen, *move;
-  } cases[] = {
-      {"rnb1kbnr/pppp1ppp/8/8/3qP3/2N2N2/PPPP1PPP/R1BQKB1R w KQkq - 0 4", "f3d4"},
-      {"r1bqkb1r/pppp1ppp/2n2n2/3QP3/8/8/PPPP1PPP/RNB1KBNR b KQkq - 0 4", "f6d5"},
-      {"6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - 0 1", "d1d8"},
-      {"3r2k1/5ppp/8/8/8/8/5PPP/6K1 b - - 0 1", "d8d1"},
-  };
-  for (const int elo : SomeLevels()) {
-    if (elo < 1000) continue;
-    UseLevel(elo, 1);
-    for (const auto &c : cases) {
-      Position(std::string("fen ") + c.fen);
-      EXPECT_EQ(BestMove(GoAndWait("depth 5")), c.move) << elo << ": " << c.fen;
-    }
-  }
-}
 
 // Some plies at one level from the start position, whose moves must all be legal.
 std::vector<std::string> LevelGame(int plies) {
@@ -197,21 +167,8 @@ TEST_F(LevelGames, ASeedReplaysEveryGameAndWithoutOneGamesDiffer) {
   EXPECT_NE(LevelGame(12), unseeded);
 }
 
-// The number after word in the last info line with a depth ("depth", "nodes").
-int64_t FinalInfo(const std::vector<std::string> &lines, const std::string &word) {
-  int64_t value = -1;
-  for (const std::string &line : lines) {
-    const std::vector<std::string> words = SplitWords(line);
-    if (words.size() < 2 || words[0] != "info" || words[1] != "depth") continue;
-    const auto at = std::find(words.begin(), words.end(), word);
-    if (at != words.end() && at + 1 != words.end()) value = std::stoll(*(at + 1));
-  }
-  return value;
-}
-
 TEST_F(LevelGames, DeeperPassesOnlyWhenTimeAllowsAndNeverPartOfOne) {
-  // The shallowest mark whose level searches deeper than one pass, and the
-  // level just below it.
+  // The shallowest mark whose level searches deeper than one pass.
   int deep = LevelEloMin;
   for (const int mark : LevelMarks())
     if (LevelStyleFor(mark).childPlies > MinimumReportedDepth && deep == LevelEloMin) deep = mark;
@@ -222,15 +179,11 @@ TEST_F(LevelGames, DeeperPassesOnlyWhenTimeAllowsAndNeverPartOfOne) {
   UseLevel(deep, 3);
   Position(fen);
   GoAndWait("wtime 600000 btime 600000", &info);
-  EXPECT_EQ(FinalInfo(info, "depth"), plies + 1) << "a level with time to spare";
-  UseLevel(deep - 1, 3);
-  Position(fen);
-  GoAndWait("wtime 600000 btime 600000", &info);
-  EXPECT_EQ(FinalInfo(info, "depth"), LevelStyleFor(deep - 1).childPlies + 1) << "the level below the mark";
+  EXPECT_EQ(NumberAfter(LastLine(info), "depth"), plies + 1) << "a level with time to spare";
   UseLevel(deep, 3);
   Position(fen);
   GoAndWait("wtime 3000 btime 3000", &info);
-  EXPECT_LE(FinalInfo(info, "depth"), MinimumReportedDepth + 1) << "a level short of time";
+  EXPECT_LE(NumberAfter(LastLine(info), "depth"), MinimumReportedDepth + 1) << "a level short of time";
   // A deeper pass cut short by the node limit after its first move lacks the
   // capture: the complete pass before it chooses.
   const std::vector<std::string> legal = RulesLegalMoves(GameFen());
@@ -238,28 +191,11 @@ TEST_F(LevelGames, DeeperPassesOnlyWhenTimeAllowsAndNeverPartOfOne) {
   UseLevel(LevelEloMin + 1, 3);
   NewGame();
   GoAndWait("wtime 600000 btime 600000", &info);
-  const int64_t onePass = FinalInfo(info, "nodes");
+  const int64_t onePass = NumberAfter(LastLine(info), "nodes");
   UseLevel(deep, 3);
   Position(fen);
   EXPECT_EQ(BestMove(GoAndWait("nodes " + std::to_string(onePass + 1), &info)), "f3d4");
-  EXPECT_EQ(FinalInfo(info, "depth"), MinimumReportedDepth + 1);
-}
-
-TEST_F(LevelGames, AStopBeforeTheMovesAreScoredPlaysAShortSearchsMove) {
-  for (const bool level : {true, false}) {
-    if (level) UseLevel(LevelEloMin, 4);
-    if (!level) SetOption(LimitStrengthOption, "false");
-    NewGame();
-    Position("fen 6k1/5ppp/8/8/8/8/5PPP/R5K1 w - - 0 1");
-    TakeOutput();
-    Go(ParseGo(SplitWords("movetime 2000"), 0), false);
-    Stop();
-    JoinSearch(false);
-    std::string best;
-    for (const std::string &line : TakeOutput())
-      if (line.rfind("bestmove ", 0) == 0) best = BestMove(line);
-    EXPECT_EQ(best, "a1a8") << (level ? "at a level" : "at full strength");
-  }
+  EXPECT_EQ(NumberAfter(LastLine(info), "depth"), MinimumReportedDepth + 1);
 }
 
 TEST_F(LevelGames, FullStrengthIsTheOrdinarySearch) {

@@ -94,27 +94,15 @@ TEST(LevelChoice, WeakLevelsMissCapturesAndHangPiecesStrongOnesRarely) {
   SetOption(SeedOption, "9");
   ReseedLevel();
   const int draws = 10000;
-  double missedBefore = 1, hungBefore = 1;
-  for (const int elo : {800, 1200, 1600, 1800}) {
+  for (const int elo : {LevelEloMin, 1800}) {
     std::vector<ScoredMove> moves = KnightToTake();
-    std::map<std::string, int> counts = Draws(moves, LevelStyleFor(elo), draws);
-    const double missed = 1 - double(counts["take"]) / draws;
+    const double missed = 1 - double(Draws(moves, LevelStyleFor(elo), draws)["take"]) / draws;
     // The same position after the capture was taken back: all that can go
     // wrong is a piece left en prise.
     moves.erase(moves.begin());
     const double hung = double(Draws(moves, LevelStyleFor(elo), draws)["hang"]) / draws;
-    if (elo <= 800) {
-      EXPECT_GT(missed, 0.2) << elo;
-      EXPECT_GT(hung, 0.015) << elo;
-    }
-    if (elo >= 1800) {
-      EXPECT_LT(missed, 0.01) << elo;
-      EXPECT_LT(hung, 0.001) << elo;
-    }
-    EXPECT_TRUE(missed < missedBefore || missed == 0) << elo;
-    EXPECT_LE(hung, hungBefore) << elo;
-    missedBefore = missed;
-    hungBefore = hung;
+    EXPECT_TRUE(elo != LevelEloMin || (missed > 0.2 && hung > 0.015)) << missed << " and " << hung;
+    EXPECT_TRUE(elo != 1800 || (missed < 0.01 && hung < 0.001)) << missed << " and " << hung;
   }
 }
 
@@ -209,20 +197,19 @@ TEST_F(LevelGames, FullStrengthIsTheOrdinarySearch) {
   NewGame();
   std::vector<std::string> top;
   EXPECT_EQ(GoAndWait("depth 7", &top), best);
-  // The same reports, line for line, but for the times and speeds in them and
-  // the root-move reports, which a search sends only after its first second
-  // (and whose count the last line carries when one came after the last line).
-  for (std::vector<std::string> *lines : {&plain, &top})
+  // The same reports, line for line, but for times and speeds, and for the
+  // root-move reports a search sends after its first second (whose count the
+  // last info line carries when one came after the last line).
+  for (std::vector<std::string> *lines : {&plain, &top}) {
     std::erase_if(*lines, [](const std::string &line) { return line.find(" currmove ") != std::string::npos; });
-  ASSERT_EQ(top.size(), plain.size());
-  for (size_t i = 0; i < top.size(); ++i) {
-    const std::vector<std::string> a = SplitWords(top[i]), b = SplitWords(plain[i]);
-    ASSERT_EQ(a.size(), b.size());
-    for (size_t w = 0; w < a.size(); ++w)
-      if (w == 0 || (a[w - 1] != "time" && a[w - 1] != "nps" && (a[w - 1] != "nodes" || top[i + 1].rfind("bestmove", 0) != 0))) {
-        EXPECT_EQ(a[w], b[w]) << top[i];
-      }
+    for (size_t i = 0; i < lines->size(); ++i) {
+      std::vector<std::string> words = SplitWords((*lines)[i]);
+      for (size_t w = 1; w < words.size(); ++w)
+        if (words[w - 1] == "time" || words[w - 1] == "nps" || (words[w - 1] == "nodes" && i + 2 == lines->size())) words[w] = "";
+      (*lines)[i] = JoinWords(words);
+    }
   }
+  EXPECT_EQ(top, plain);
 }
 
 }  // namespace

@@ -105,7 +105,6 @@ class ScriptedSession : public testing::Test {
   void SetUp() override {
     Varn = FakeExports();
     FakeScript.clear();
-    FakeResult = 0;
     FakeParams.clear();
     FakeTimedOut = false;
     SetOutput(Capture);

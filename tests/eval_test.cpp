@@ -44,33 +44,29 @@ void Restore(const Snapshot &p) {
   DrawValue[White] = DrawValue[Black] = 0;
 }
 
-// The colour-mirrored twin: board flipped by rank, colours, side to move,
-// castling rights and en passant exchanged.
+// The colour-mirrored twin: board flipped by rank, colours, side to move and
+// castled flags exchanged.
 Snapshot Mirror(const Snapshot &p) {
   Snapshot m{};
   for (int s = 0; s < 64; ++s) m.board[s ^ 56] = -p.board[s], m.counters[s ^ 56] = p.counters[s];
   m.white.castled = p.black.castled;
   m.black.castled = p.white.castled;
   m.side = !p.side;
-  m.ep = p.ep ? p.ep ^ 56 : 0;
   return m;
 }
 
-// Calls visit at every position of the legal move tree to depth; returns
-// the number of positions.
+// Calls visit at every position of the legal move tree to depth.
 template <class Visit>
-long Walk(int side, int ply, int depth, Visit &visit) {
+void Walk(int side, int ply, int depth, Visit &visit) {
   visit(side, ply);
-  if (depth == 0) return 1;
-  long nodes = 1;
+  if (depth == 0) return;
   GenerateMoves(side, ply);
   for (int i = Ply[ply - 1].listEnd; i < Ply[ply].listEnd; ++i) {
     const Move move = MoveStack[i];
     MakeMove(side, move, ply);
-    if (!InCheck(side)) nodes += Walk(!side, ply + 1, depth - 1, visit);
+    if (!InCheck(side)) Walk(!side, ply + 1, depth - 1, visit);
     UndoMove(side, move, ply);
   }
-  return nodes;
 }
 
 const char *const TreeRoots[] = {

@@ -144,7 +144,7 @@ class LinesOfTheLibrary : public testing::Test {
   void TearDown() override { SetOption(MultiPVOption, "1"); }
 };
 
-TEST_F(LinesOfTheLibrary, EachDepthReportsDistinctLinesBestFirstAndLineOneIsPlayed) {
+TEST_F(LinesOfTheLibrary, EachDepthReportsDistinctLinesBestFirstLineOnePlayedAndOneLineAMoveNamed) {
   ASSERT_EQ(SetOption(MultiPVOption, "3"), "");
   Position("fen r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - 2 3");
   const Reported reported = Search("depth 8");
@@ -163,10 +163,7 @@ TEST_F(LinesOfTheLibrary, EachDepthReportsDistinctLinesBestFirstAndLineOneIsPlay
     EXPECT_EQ(first.size(), 3u) << depth;
   }
   EXPECT_EQ(reported.best, After(reported.byDepth.at(8)[0], "pv"));
-}
-
-TEST_F(LinesOfTheLibrary, MoreLinesThanMovesNamedGiveOneLineEach) {
-  Position("fen r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - 2 3");
+  // More lines than moves named: one line for each move.
   ASSERT_EQ(SetOption(MultiPVOption, "5"), "");
   const Reported two = Search("depth 6 searchmoves h2h3 a2a3");
   ASSERT_EQ(two.byDepth.at(6).size(), 4u);

@@ -44,10 +44,6 @@ std::vector<Move> Drain(bool evasions) {
   return moves;
 }
 
-int PseudoLegal(Move move) {
-  return SideToMove ? IsPseudoLegal<White>(move, 1) : IsPseudoLegal<Black>(move, 1);
-}
-
 Move Find(const std::vector<Move> &moves, int from, int to) {
   for (Move m : moves)
     if (MoveFrom(m) == from && MoveTo(m) == to) return m;
@@ -142,7 +138,7 @@ TEST(IsPseudoLegal, AgreesWithTheGenerator) {
     const std::vector<Move> all = Generated();
     for (Move m : words[SideToMove]) {
       const bool generated = std::find(all.begin(), all.end(), m) != all.end();
-      EXPECT_EQ(PseudoLegal(m), generated ? 1 : 0) << fen << " move " << m;
+      EXPECT_EQ(SideToMove ? IsPseudoLegal<White>(m, 1) : IsPseudoLegal<Black>(m, 1), generated ? 1 : 0) << fen << m;
     }
   }
 }

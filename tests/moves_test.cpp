@@ -84,11 +84,10 @@ INSTANTIATE_TEST_SUITE_P(Positions, PerftCounts, testing::Combine(testing::Range
                                   (std::get<1>(info.param) ? "Mirrored" : "");
                          });
 
-// Walks the legal tree and checks at every node that the staged generators
-// and the evasion generator agree with GenerateMoves, that make/undo restore
-// everything, that the carried keys equal fresh ones apart from the
-// en-passant components, and that the search's short legality and check
-// tests agree with the whole attack test.
+// Walks the legal tree; at every node the staged and evasion generators agree
+// with GenerateMoves, make/undo restore everything, the carried keys equal
+// fresh ones but for en passant, and the short legality and check tests agree
+// with the whole attack test.
 template <int Us>
 void CheckTree(int depth, int ply, uint64_t epKeys) {
   GenerateMoves<Us>(ply);

@@ -14,16 +14,6 @@
 
 namespace {
 
-// The marks and a level between every two of them.
-std::vector<int> SomeLevels() {
-  std::vector<int> levels;
-  for (const int mark : LevelMarks()) {
-    if (!levels.empty()) levels.push_back((levels.back() + mark) / 2);
-    if (mark < LevelEloMax) levels.push_back(mark);
-  }
-  return levels;
-}
-
 TEST(LevelStyles, WeakerLevelsErrMoreAndNoneDeeperThanTheMarkBelow) {
   std::vector<int32_t> losses;
   for (int32_t loss = 0; loss <= 1200; loss += 10) losses.push_back(loss);
@@ -78,7 +68,7 @@ TEST(LevelChoice, DrawsFollowTheChancesAndMatesAreAlwaysPlayed) {
   EXPECT_LT(ScoreLoss(ScoreInfinite - 2, ScoreInfinite - 4), ScoreLoss(ScoreInfinite - 2, 1400));
   // Even a mate so long that a big win scores near it is always played.
   const std::vector<ScoredMove> mating = {{"x", 1450, ""}, {"mate", MateThreshold + 30, ""}, {"y", 1449, ""}};
-  for (const int elo : SomeLevels()) EXPECT_EQ(Draws(mating, LevelStyleFor(elo), 200)["mate"], 200) << elo;
+  for (const int elo : LevelMarks()) EXPECT_EQ(Draws(mating, LevelStyleFor(elo), 200)["mate"], 200) << elo;
 }
 
 // A position as a level sees it: one capture that wins a piece, twenty

@@ -86,9 +86,16 @@ for (const threads of [true, false]) {
   });
 }
 
-describe('levels', () => {
-  test('round steps below full strength from the engine; setLevel plays the level: its seeds vary the first move, which full strength never does', async () => {
-    const engine = await VarnEngine.start({ threads: false });
+describe('levels and the table (Hash)', () => {
+  test('start passes its hash on, clamped to the announced maximum with a note, and that table is held; the levels', async () => {
+    const notes = [];
+    const engine = await VarnEngine.start({ threads: false, hash: 5000, onMessage: (note) => notes.push(note) });
+    assert.match(notes.join(' | '), new RegExp(`Hash 5000 is out of range: set to ${engine.options.get('Hash').max}`));
+    // The table is made at the next isready: no "reduced" note, and it searches.
+    assert.deepEqual(await engine.ready(), []);
+    assert.ok(legal(new Chess().fen()).includes((await engine.position('startpos').limits({ depth: 6 }).analyse()).bestmove));
+    // Round steps below full strength from the engine; setLevel plays the level: its seeds vary the first move, which full strength never does.
+    await engine.setOption('Hash', 16);
     const { min, max, steps } = engine.levels;
     assert.ok(steps.length >= 5 && steps[0] >= min && steps.at(-1) < max && steps.every((elo, i) => elo % 100 === 0 && (i === 0 || elo > steps[i - 1])), steps.join(' '));
     const firstMoves = async (elo) => {
@@ -106,19 +113,6 @@ describe('levels', () => {
   });
 });
 
-describe('the table (Hash)', () => {
-  test('the announced maximum is held; beyond it is clamped with a note; start passes its hash on', async () => {
-    const notes = [];
-    const engine = await VarnEngine.start({ threads: false, hash: 5000, onMessage: (note) => notes.push(note) });
-    const { max } = engine.options.get('Hash');
-    assert.match(notes.join(' | '), new RegExp(`Hash 5000 is out of range: set to ${max}`));
-    // The table is made at the next isready: no "reduced" note, and it searches.
-    assert.deepEqual(await engine.ready(), []);
-    assert.ok(legal(new Chess().fen()).includes((await engine.position('startpos').limits({ depth: 6 }).analyse()).bestmove));
-    await engine.quit();
-  });
-});
-
 describe('a guest in the user\'s Node program', () => {
   // Runs a module of the user's in a new Node process.
   const folder = mkdtempSync(join(tmpdir(), 'varn-guest-'));
@@ -132,8 +126,7 @@ describe('a guest in the user\'s Node program', () => {
     const alone = run(fault);
     for (const threads of [true, false]) {
       const withVarn = run(`import { VarnEngine } from '${entry}';\nawait VarnEngine.start({ threads: ${threads} });\n${fault}`);
-      assert.equal(withVarn.status, 1);
-      assert.equal(withVarn.stdout, '');
+      assert.deepEqual([withVarn.status, withVarn.stdout], [1, '']);
       // The same report, but for the line the fault is on.
       assert.equal(withVarn.stderr.replace(/main\.mjs:\d+/g, 'main.mjs'), alone.stderr.replace(/main\.mjs:\d+/g, 'main.mjs'));
       const quits = run(`import { VarnEngine } from '${entry}';\nconst engine = await VarnEngine.start({ threads: ${threads} });\n`

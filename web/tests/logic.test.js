@@ -36,15 +36,10 @@ describe('user input', () => {
   });
 
   test('typed moves in either notation, illegal ones refused', () => {
-    const start = new Chess().fen();
     const promotion = '7k/P7/8/8/8/8/8/K7 w - - 0 1';
-    const cases = [[start, 'Nf3', 'g1f3'], [start, 'e2-e4', 'e2e4'], [promotion, 'a8=N', 'a7a8n'], [promotion, 'a7a8r', 'a7a8r'],
-      [start, 'Nf6', null], [start, 'e2e5', null], [promotion, 'a7a8', null]];
-    for (const [fen, text, move] of cases) {
-      const read = readMove(fen, text);
-      if (move) assert.equal(read.move, move, text);
-      else assert.match(read.error, /^Illegal move/, text);
-    }
+    const cases = [[undefined, 'Nf3', 'g1f3'], [undefined, 'e2-e4', 'e2e4'], [promotion, 'a8=N', 'a7a8n'], [promotion, 'a7a8r', 'a7a8r'],
+      [undefined, 'Nf6', undefined], [undefined, 'e2e5', undefined], [promotion, 'a7a8', undefined]];
+    for (const [fen = new Chess().fen(), text, move] of cases) assert.deepEqual(readMove(fen, text).move, move, text);
   });
 });
 

@@ -9,8 +9,10 @@
 #   separated by one tab: name, file, exact original text, replacement. The
 #   original text must occur exactly once in its file (a \n in either text
 #   stands for a line break); otherwise the mutant is
-#   reported as not applied. The filter, a grep pattern, picks mutants by name.
+#   reported as not applied. The filter, an extended grep pattern, picks mutants by name.
 # Build and logs go to build-mutants/ (MUTANT_JOBS sets the parallel jobs, 2 by default).
+# MUTANT_FIRST=1 ends each run at its first failing test: much quicker on a busy
+# machine, but names only one catcher per mutant.
 # A mutant of a JavaScript file is judged by the package's and the page's unit
 # tests instead, which need no engine build (npm ci in npm/ and web/ first).
 set -euo pipefail
@@ -19,6 +21,8 @@ root=$(pwd)
 list=$(realpath "${1:-scripts/mutants.txt}")
 filter=${2:-}
 jobs=${MUTANT_JOBS:-2}
+stop_early=()
+[ -n "${MUTANT_FIRST:-}" ] && stop_early=(--stop-on-failure)
 work=$root/build-mutants
 build=$work/build
 mkdir -p "$work/logs"
@@ -39,7 +43,7 @@ trap 'restore; exit 130' INT TERM
 build_and_test() {
   local log=$1
   if ! cmake --build "$build" -j"$jobs" >"$log.build" 2>&1; then return 2; fi
-  ctest --test-dir "$build" -j"$jobs" >"$log" 2>&1 && return 0
+  ctest --test-dir "$build" -j"$jobs" "${stop_early[@]}" >"$log" 2>&1 && return 0
   return 1
 }
 
@@ -82,7 +86,7 @@ printf '%-40s | %s\n' "mutant" "caught by"
 printf '%-40s-+-%s\n' "----------------------------------------" "---------"
 while IFS=$'\t' read -r name file original replacement; do
   case "$name" in '' | '#'*) continue ;; esac
-  if [ -n "$filter" ] && ! grep -q -- "$filter" <<<"$name"; then continue; fi
+  if [ -n "$filter" ] && ! grep -Eq -- "$filter" <<<"$name"; then continue; fi
   total=$((total + 1))
   original=${original//\\n/$'\n'}
   replacement=${replacement//\\n/$'\n'}

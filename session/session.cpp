@@ -389,9 +389,8 @@ void RunLines(const SearchOrder &order) {
     std::lock_guard<std::mutex> guard(StateLock);
     const Clock::time_point now = Clock::now();
     const bool clockRuns = !(State.plan.ponder && !State.ponderHit);
-    const int64_t budget = State.plan.budgetMs;
-    // A pass costs about as much as all the passes before it.
-    return !StopDue(now) && (budget < 0 || !clockRuns || (now - State.clockBase) * 2 <= std::chrono::milliseconds(budget));
+    const int64_t elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(now - State.clockBase).count();
+    return !StopDue(now) && LinesMayDeepen(State.plan, clockRuns, elapsed);
   };
   request.searching = [](int depth, size_t index, const std::string &move) {
     if (ElapsedSinceGo() > 1000)

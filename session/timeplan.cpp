@@ -135,6 +135,10 @@ bool LevelMayDeepen(const SearchPlan &plan, int64_t elapsedMs) {
   return plan.budgetMs < 0 || elapsedMs * 4 <= plan.budgetMs;
 }
 
+bool LinesMayDeepen(const SearchPlan &plan, bool clockRuns, int64_t elapsedMs) {
+  return plan.budgetMs < 0 || !clockRuns || elapsedMs * 2 <= plan.budgetMs;
+}
+
 int64_t ShortSearchCutMs(const SearchPlan &plan, bool stopRequested) {
   return stopRequested ? ShortSearchGraceMs : plan.graceMs;
 }

@@ -92,3 +92,8 @@ int64_t ShortSearchCutMs(const SearchPlan &plan, bool stopRequested);
 // A level starts a pass a ply deeper only while it has spent less than a
 // quarter of its budget: each pass costs several times the one before.
 bool LevelMayDeepen(const SearchPlan &plan, int64_t elapsedMs);
+
+// Several lines start a pass a ply deeper only while they have spent at most
+// half of the budget (a pass costs about as much as all the passes before
+// it); while pondering the clock does not run and passes go on.
+bool LinesMayDeepen(const SearchPlan &plan, bool clockRuns, int64_t elapsedMs);

@@ -424,6 +424,17 @@ describe('a page as the package\'s README writes it', () => {
       const move = (await tab.textContent('p')).split(' ').at(-1);
       assert.ok(new Chess('rnbqkbnr/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQKBNR w KQkq - 0 2').moves({ verbose: true }).some((m) => m.lan === move), move);
       assert.deepEqual(errors, []);
+      // The whole Hash range the engine announces fits in a browser's memory.
+      const held = await tab.evaluate(async () => {
+        const { VarnEngine } = await import('varn');
+        const engine = await VarnEngine.start();
+        const { max } = engine.options.get('Hash');
+        const notes = [...(await engine.setOption('Hash', max)), ...(await engine.setOption('Hash', max + 1))];
+        const { bestmove } = await engine.position('startpos').limits({ depth: 6 }).analyse();
+        await engine.quit();
+        return { max, notes, bestmove };
+      });
+      assert.deepEqual([held.max, held.notes, Boolean(held.bestmove)], [1024, ['option Hash 1025 is out of range: set to 1024 (1 to 1024)'], true]);
     } finally {
       await tab.close();
       await server.close();

@@ -12,7 +12,9 @@ Usage: scripts/blunders.py [--depth 12] [--engine stockfish] [--threshold 300] G
 """
 import argparse
 import re
+import shutil
 import subprocess
+import sys
 from collections import defaultdict
 
 CLAMP = 1000
@@ -77,13 +79,17 @@ class Engine:
 def main():
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--depth", type=int, default=12)
-    parser.add_argument("--engine", default="stockfish")
+    # Debian installs Stockfish outside the usual PATH.
+    parser.add_argument("--engine", default=shutil.which("stockfish") or "/usr/games/stockfish")
     parser.add_argument("--threshold", type=int, default=300)
     parser.add_argument("pgn")
     args = parser.parse_args()
     with open(args.pgn) as source:
         games = read_games(source.read())
-    engine = Engine(args.engine)
+    try:
+        engine = Engine(args.engine)
+    except (OSError, RuntimeError):
+        sys.exit(f"blunders.py: the engine {args.engine} did not start as a UCI engine")
     counts = defaultdict(lambda: [0, 0, 0])  # moves, blunders, total loss
     for tags, moves in games:
         start = f"fen {tags['FEN']}" if "FEN" in tags else "startpos"

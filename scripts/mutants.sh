@@ -9,7 +9,7 @@
 #   separated by one tab: name, file, exact original text, replacement. The
 #   original text must occur exactly once in its file (a \n in either text
 #   stands for a line break); otherwise the mutant is
-#   reported as not applied. The filter, a grep pattern, picks mutants by name.
+#   reported as not applied. The filter, an extended grep pattern, picks mutants by name.
 # Build and logs go to build-mutants/ (MUTANT_JOBS sets the parallel jobs, 2 by default).
 # MUTANT_FIRST=1 ends each run at its first failing test: much quicker on a busy
 # machine, but names only one catcher per mutant.
@@ -86,7 +86,7 @@ printf '%-40s | %s\n' "mutant" "caught by"
 printf '%-40s-+-%s\n' "----------------------------------------" "---------"
 while IFS=$'\t' read -r name file original replacement; do
   case "$name" in '' | '#'*) continue ;; esac
-  if [ -n "$filter" ] && ! grep -q -- "$filter" <<<"$name"; then continue; fi
+  if [ -n "$filter" ] && ! grep -Eq -- "$filter" <<<"$name"; then continue; fi
   total=$((total + 1))
   original=${original//\\n/$'\n'}
   replacement=${replacement//\\n/$'\n'}

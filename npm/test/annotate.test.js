@@ -37,56 +37,34 @@ function longerCollection() {
   return file;
 }
 
-let single;
+// The collection annotated once: its games as written, and each on one line.
+let single, texts, games;
 before(async () => {
   single = annotate([...depth, '--jobs', '2', collection]);
+  texts = await gamesOf(single.out);
+  games = texts.map(flat);
 });
 
 describe('an annotated collection', () => {
-  test('every game comes out in input order, each readable PGN', async () => {
+  test('every game comes out in input order, each readable PGN, blunders with ?? ($4), the better line and evaluations from White\'s view', async () => {
     assert.equal(single.status, 0, single.err);
-    const games = await gamesOf(single.out);
     assert.deepEqual(games.map((g) => /\[Event "([^"]*)"\]/.exec(g)[1]), ["Scholar's trap", "Fool's mate", 'Broken', 'Set up', 'Quiet']);
-    for (const game of games.filter((g) => !g.includes('"Broken"'))) readGame(game);
+    for (const game of texts.filter((g) => !g.includes('"Broken"'))) readGame(game);
+    // 2. g4 allows mate in one: Black mates. (Black's blunder: the game that starts with Black to move below.)
+    assert.match(games[1], /\[WhiteBlunders "1"\].* 2\. g4 \$4 \{ \[%eval #-1\] Checkmate is now unavoidable\. (\S+) was best\. \} \(2\. \1 /);
+    // A set-up position is searched from its start; a mate on the board has no evaluation.
+    assert.match(games[3], /1\. Ka2 \{ \[%eval #-1\] \} 1\.\.\. Ra8# 0-1/);
   });
 
-  test('blunders get ?? ($4), the better line and evaluations from White\'s view', async () => {
-    const [trap, fool] = (await gamesOf(single.out)).map(flat);
-    // 3... Nf6 allows mate in one: White mates, whoever moved.
-    assert.match(trap, /3\.\.\. Nf6 \$4 \{ \[%eval #1\] Checkmate is now unavoidable\. (g6|Qe7|Qf6|Nh6|Ke7) was best\. \} \{Bob missed it\.\} \(3\.\.\. \1/);
-    assert.match(trap, /\[BlackBlunders "1"\]/);
-    assert.match(fool, /2\. g4 \$4 \{ \[%eval #-1\] Checkmate is now unavoidable\. (\S+) was best\. \} \(2\. \1 /);
-    assert.match(fool, /\[WhiteBlunders "1"\]/);
-    // A mate on the board has no evaluation: the move shows it.
-    assert.match(fool, /2\.\.\. Qh4# 0-1/);
-  });
-
-  test('headers, comments and the set-up position are kept', async () => {
-    const [trap, , , setUp] = (await gamesOf(single.out)).map(flat);
-    assert.match(trap, /^\[Event "Scholar's trap"\] \[Site "Club"\] \[White "Ann"\] \[Black "Bob"\] \[Result "1-0"\] \[Annotator "Varn/);
-    assert.match(trap, /\{An old trap\.\} 1\. e4/);
-    assert.match(setUp, /\[SetUp "1"\] \[FEN "7r\/8\/8\/8\/8\/8\/2k5\/K7 w - - 0 1"\]/);
-    assert.match(setUp, /1\. Ka2 \{ \[%eval #-1\] \} 1\.\.\. Ra8# 0-1/);
+  // That nothing of a game is lost is checked over every fixture in pgn.test.js.
+  test('--no-comments drops the game\'s comments; a broken game is named and passed through as it came', async () => {
     const quiet = annotate([...depth, '--no-comments', collection]);
     assert.doesNotMatch(quiet.out, /An old trap|Bob missed it/);
-  });
-
-  test('a broken game is named and passed through as it came', async () => {
-    const broken = (await gamesOf(single.out))[2];
-    assert.equal(broken, '[Event "Broken"]\n[White "Eve"]\n[Black "Fay"]\n[Result "*"]\n\n1. e4 e5 2. Ke3 Nc6 *');
+    assert.equal(texts[2], '[Event "Broken"]\n[White "Eve"]\n[Black "Fay"]\n[Result "*"]\n\n1. e4 e5 2. Ke3 Nc6 *');
     assert.match(single.err, /game 3 \(.*collection\.pgn\) is not annotated: .*Ke3/);
     const cut = annotate([...depth], '[Event "Cut"]\n\n1. e4 e5 2. Nf');
-    assert.equal(cut.status, 0);
+    assert.deepEqual([cut.status, cut.out.trim()], [0, '[Event "Cut"]\n\n1. e4 e5 2. Nf']);
     assert.match(cut.err, /game 1 \(standard input\) is not annotated/);
-    assert.equal(cut.out.trim(), '[Event "Cut"]\n\n1. e4 e5 2. Nf');
-  });
-
-  test('--hash reaches the engine: the largest table is held, a larger one clamped with a note', async () => {
-    const run = annotate([...depth, '--jobs', '1', '--hash', '5000'], '[Event "Check"]\n\n1. f3 e5 2. g4 Qh4# 0-1');
-    assert.equal(run.status, 0, run.err);
-    assert.match(run.err, /engine: option Hash 5000 is out of range: set to 1024/);
-    assert.doesNotMatch(run.err, /reduced|failed/);
-    assert.match(flat(run.out), /2\. g4 \$4 \{ \[%eval #-1\] Checkmate is now unavoidable\./);
   });
 
   test('bad options are refused with the usage', () => {
@@ -101,10 +79,13 @@ describe('an annotated collection', () => {
 describe('verdicts in words, and other engines', () => {
   const native = process.env.VARN_NATIVE || fileURLToPath(new URL('../../build/varn', import.meta.url));
 
-  test('a blunder by Black in a game that starts with Black to move: charged to Black, in words, with the better line', async () => {
+  test('a blunder by Black in a game that starts with Black to move: charged to Black, in words, with the better line; --hash reaches the engine', async () => {
     const game = '[Event "Back rank"]\n[SetUp "1"]\n[FEN "3r2k1/p4ppp/8/8/8/7P/5PP1/3R2K1 b - - 0 30"]\n\n30... a6 31. Rxd8# 1-0';
-    const run = annotate([...depth, '--jobs', '1'], game);
+    const run = annotate([...depth, '--jobs', '1', '--hash', '5000'], game);
     assert.equal(run.status, 0, run.err);
+    // The largest table is held, a larger one clamped with a note.
+    assert.match(run.err, /engine: option Hash 5000 is out of range: set to 1024/);
+    assert.doesNotMatch(run.err, /reduced|failed/);
     const text = flat(run.out);
     assert.match(text, /30\.\.\. a6 \$4 \{ \[%eval #1\] Checkmate is now unavoidable\. (\S+) was best\. \} \(30\.\.\. \1 /);
     assert.match(text, /\[BlackBlunders "1"\].*\[WhiteBlunders "0"\]|\[WhiteBlunders "0"\].*\[BlackBlunders "1"\]/);
@@ -112,27 +93,23 @@ describe('verdicts in words, and other engines', () => {
     assert.doesNotMatch(text, /\[ECO /, 'a set-up position has no opening');
   });
 
-  test('the native varn as --engine gives the built-in engine\'s evaluations and verdicts', { skip: !existsSync(native) && `no native varn at ${native}` }, () => {
+  test('the native varn as --engine gives the built-in engine\'s evaluations and verdicts; an engine that cannot start, or lacks an option, stops the run', { skip: !existsSync(native) && `no native varn at ${native}` }, () => {
     const run = annotate([...depth, '--engine', native, '--option', 'Hash=16', collection]);
     assert.equal(run.status, 0, run.err);
     const own = annotate([...depth, '--hash', '16', collection]);
     const body = (text) => text.replace(/\[Annotator "[^"]*"\]\n/g, '');
     assert.equal(body(run.out), body(own.out));
     assert.match(run.out, /\[Annotator "Varn \S+ \(depth 6, losses confirmed at depth 7\)"\]/);
-  });
-
-  test('an engine that cannot start, or lacks an option, stops the run with the reason', { skip: !existsSync(native) && `no native varn at ${native}` }, () => {
     const missing = annotate([...depth, '--engine', join(folder, 'no-engine'), collection]);
-    assert.equal(missing.status, 1);
-    assert.match(missing.err, /the engine .*no-engine could not start: .*ENOENT/);
     const option = annotate([...depth, '--engine', native, '--option', 'Skill=3', collection]);
-    assert.equal(option.status, 1);
+    assert.deepEqual([missing.status, option.status], [1, 1]);
+    assert.match(missing.err, /the engine .*no-engine could not start: .*ENOENT/);
     assert.match(option.err, /has no option "Skill"/);
   });
 });
 
 describe('runs that stop and go on', () => {
-  test('an interrupt leaves whole games, and --resume finishes the same output', async () => {
+  test('an interrupt leaves whole games, and --resume finishes the same output, of that input only', async () => {
     const input = longerCollection();
     const whole = annotate([...depth, '--jobs', '1', input]);
     const output = join(folder, 'interrupted.pgn');
@@ -150,14 +127,11 @@ describe('runs that stop and go on', () => {
     assert.equal(resumed.status, 0, resumed.err);
     assert.match(resumed.err, /resuming after the \d+ games/);
     assert.equal(readFileSync(output, 'utf8'), whole.out);
-  });
-
-  test('--resume refuses an output of another input', () => {
-    const output = join(folder, 'other.pgn');
+    // It refuses an output of another input.
     writeFileSync(output, '[Event "Elsewhere"]\n[White "X"]\n[Black "Y"]\n\n1. e4 *\n\n');
-    const run = annotate([...depth, '--resume', '-o', output, collection]);
-    assert.equal(run.status, 2);
-    assert.match(run.err, /does not hold the first games/);
+    const other = annotate([...depth, '--resume', '-o', output, collection]);
+    assert.equal(other.status, 2);
+    assert.match(other.err, /does not hold the first games/);
   });
 });
 
@@ -170,9 +144,7 @@ describe('shards', () => {
     const shards = [1, 2].map((k) => readFileSync(join(folder, `shard${k}.pgn`), 'utf8'));
     const [first, second] = await Promise.all(shards.map(gamesOf));
     const all = await gamesOf(whole.out);
-    assert.deepEqual([first.length, second.length], [5, 5]);
     // Shard 1 holds games 1, 3, 5, ...; shard 2 games 2, 4, 6, ...
-    assert.deepEqual(first, all.filter((_, i) => i % 2 === 0));
-    assert.deepEqual(second, all.filter((_, i) => i % 2 === 1));
+    assert.deepEqual([first, second], [all.filter((_, i) => i % 2 === 0), all.filter((_, i) => i % 2 === 1)]);
   });
 });

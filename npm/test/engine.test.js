@@ -26,25 +26,21 @@ for (const threads of [true, false]) {
     });
     after(() => engine.quit());
 
-    test('searches started one after another each end with a move of their own position', async () => {
+    test('searches started one after another each end with a move of their own position; stop', async () => {
       assert.equal(engine.threads, threads);
       const positions = ['k7/8/8/8/8/8/8/K6R w - - 0 1', '7k/8/8/8/8/8/8/KR6 b - - 0 1', 'rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1'];
       // Each analyse stops the search before it; none may take another's answer.
       const searches = positions.map((fen, i) => engine.position(fen).limits(i === 2 ? { depth: 6 } : {}).analyse());
       const results = await Promise.all(searches);
       results.forEach((result, i) => assert.ok(legal(positions[i]).includes(result.bestmove), `${positions[i]}: ${result.bestmove}`));
-      assert.equal(results[2].info.depth >= 6, true);
-      assert.equal(engine.searching, false);
-    });
-
-    test('stop ends an endless search with its best move so far', async () => {
+      assert.ok(results[2].info.depth >= 6 && !engine.searching);
+      // stop ends an endless search with its best move so far.
       const search = engine.position('startpos', ['e2e4']).limits({}).analyse();
       await pause(200);
       await engine.stop();
       const result = await search;
       assert.ok(legal('rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq - 0 1').includes(result.bestmove));
-      assert.equal(result.whiteToMove, false);
-      assert.ok(result.lines.length >= 1 && result.lines.every((line) => line.pv.length && !line.score.bound));
+      assert.ok(!result.whiteToMove && result.lines.length >= 1 && result.lines.every((line) => line.pv.length && !line.score.bound));
     });
 
     test('a position without moves has no best move; mate and stalemate told apart', async () => {
@@ -67,41 +63,40 @@ for (const threads of [true, false]) {
       }
       // A repaired position is searched; its note comes with that search only.
       const repaired = await engine.position('4k3/8/8/8/8/8/8/4K3 w KQ - 0 1').limits({ depth: 5 }).analyse();
-      assert.match(repaired.notes.join(' | '), /dropped/);
-      assert.equal(repaired.whiteToMove, true);
+      assert.ok(repaired.whiteToMove && /dropped/.test(repaired.notes.join(' | ')), repaired.notes.join(' | '));
       const notes = await engine.setLevel(engine.levels.min - 100, 7);
-      assert.equal(notes.length, 1, notes.join(' | '));
-      assert.match(notes[0], new RegExp(String(engine.levels.min)));
+      assert.ok(notes.length === 1 && notes[0].includes(String(engine.levels.min)), notes.join(' | '));
       const next = await engine.position('4k3/8/8/8/8/8/8/4K3 b - - 0 1', ['e8d7', 'e1e2']).limits({ depth: 6 }).analyse();
-      assert.deepEqual([next.notes, next.whiteToMove], [[], false]);
-      assert.ok(legal('8/3k4/8/8/8/8/4K3/8 b - - 2 2').includes(next.bestmove));
+      assert.deepEqual([next.notes, next.whiteToMove, legal('8/3k4/8/8/8/8/4K3/8 b - - 2 2').includes(next.bestmove)], [[], false, true]);
       assert.deepEqual(await engine.setLevel(null), []);
     });
 
     test('several lines: each report carries its number, the result the last depth\'s lines; searchmoves', async () => {
-      const fen = 'r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - 2 3';
+      // Order and distinct moves are the engine's (its UCI sessions) and the page's (its lines) to show.
       assert.deepEqual(await engine.setOption('MultiPV', 3), []);
       const seen = [];
-      const result = await engine.position(fen).limits({ depth: 7 }).analyse((info) => { if (info.pv) seen.push(info.multipv); });
-      assert.deepEqual(result.pvs.map((line) => [line.depth, line.multipv]), [[7, 1], [7, 2], [7, 3]]);
-      assert.equal(new Set(result.pvs.map((line) => line.pv[0])).size, 3);
-      assert.equal(result.bestmove, result.pvs[0].pv[0]);
-      assert.deepEqual(seen.slice(0, 3), [1, 2, 3]);
+      const result = await engine.position('r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - 2 3').limits({ depth: 7 }).analyse((info) => { if (info.pv) seen.push(info.multipv); });
+      assert.deepEqual([result.pvs.map((line) => [line.depth, line.multipv]), seen.slice(0, 3), result.bestmove], [[[7, 1], [7, 2], [7, 3]], [1, 2, 3], result.pvs[0].pv[0]]);
       const chosen = await engine.limits({ depth: 6, searchmoves: ['a2a3', 'h2h3'] }).analyse();
       assert.deepEqual(chosen.pvs.map((line) => line.pv[0]).sort(), ['a2a3', 'h2h3']);
       await engine.setOption('MultiPV', 1);
-      const one = await engine.limits({ depth: 6 }).analyse();
-      assert.deepEqual(one.pvs.map((line) => line.multipv), [1]);
+      assert.deepEqual((await engine.limits({ depth: 6 }).analyse()).pvs.map((line) => line.multipv), [1]);
     });
   });
 }
 
-describe('levels', () => {
-  test('round steps below full strength from the engine; setLevel plays the level: its seeds vary the first move, which full strength never does', async () => {
-    const engine = await VarnEngine.start({ threads: false });
+describe('levels and the table (Hash)', () => {
+  test('start passes its hash on, clamped to the announced maximum with a note, and that table is held; the levels', async () => {
+    const notes = [];
+    const engine = await VarnEngine.start({ threads: false, hash: 5000, onMessage: (note) => notes.push(note) });
+    assert.match(notes.join(' | '), new RegExp(`Hash 5000 is out of range: set to ${engine.options.get('Hash').max}`));
+    // The table is made at the next isready: no "reduced" note, and it searches.
+    assert.deepEqual(await engine.ready(), []);
+    assert.ok(legal(new Chess().fen()).includes((await engine.position('startpos').limits({ depth: 6 }).analyse()).bestmove));
+    // Round steps below full strength from the engine; setLevel plays the level: its seeds vary the first move, which full strength never does.
+    await engine.setOption('Hash', 16);
     const { min, max, steps } = engine.levels;
-    assert.ok(steps.length >= 5 && steps[0] >= min && steps.at(-1) < max, steps.join(' '));
-    assert.ok(steps.every((elo, i) => elo % 100 === 0 && (i === 0 || elo > steps[i - 1])), steps.join(' '));
+    assert.ok(steps.length >= 5 && steps[0] >= min && steps.at(-1) < max && steps.every((elo, i) => elo % 100 === 0 && (i === 0 || elo > steps[i - 1])), steps.join(' '));
     const firstMoves = async (elo) => {
       const moves = new Set();
       for (const seed of [1, 2, 3, 4, 5, 6]) {
@@ -113,20 +108,6 @@ describe('levels', () => {
     };
     assert.ok((await firstMoves(min)).size > 1);
     assert.equal((await firstMoves(null)).size, 1);
-    await engine.quit();
-  });
-});
-
-describe('the table (Hash)', () => {
-  test('the announced maximum is held; beyond it is clamped with a note; start passes its hash on', async () => {
-    const notes = [];
-    const engine = await VarnEngine.start({ threads: false, hash: 5000, onMessage: (note) => notes.push(note) });
-    const { max } = engine.options.get('Hash');
-    assert.match(notes.join(' | '), new RegExp(`Hash 5000 is out of range: set to ${max}`));
-    // The table is made at the next isready: no "reduced" note, and it searches.
-    assert.deepEqual(await engine.ready(), []);
-    const result = await engine.position('startpos').limits({ depth: 6 }).analyse();
-    assert.ok(legal(new Chess().fen()).includes(result.bestmove));
     await engine.quit();
   });
 });
@@ -144,8 +125,7 @@ describe('a guest in the user\'s Node program', () => {
     const alone = run(fault);
     for (const threads of [true, false]) {
       const withVarn = run(`import { VarnEngine } from '${entry}';\nawait VarnEngine.start({ threads: ${threads} });\n${fault}`);
-      assert.equal(withVarn.status, 1);
-      assert.equal(withVarn.stdout, '');
+      assert.deepEqual([withVarn.status, withVarn.stdout], [1, '']);
       // The same report, but for the line the fault is on.
       assert.equal(withVarn.stderr.replace(/main\.mjs:\d+/g, 'main.mjs'), alone.stderr.replace(/main\.mjs:\d+/g, 'main.mjs'));
       const quits = run(`import { VarnEngine } from '${entry}';\nconst engine = await VarnEngine.start({ threads: ${threads} });\n`

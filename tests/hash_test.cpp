@@ -57,53 +57,39 @@ TEST(Remainder, EqualsTheDivisionsRemainder) {
   }
 }
 
-// A stored entry reads back every field; values beyond a field's width are
-// clamped and never spill into the next field.
-TEST_F(HashTable, StoredFieldsReadBack) {
+// A stored entry reads back every field (a depth or flags beyond their width
+// are clamped, never spilling into the next field) and is found whatever the
+// depth asked; a shallower result never replaces it, one as deep does; the
+// other side to move has an entry of its own.
+TEST_F(HashTable, StoreAndProbe) {
   const uint64_t key = 7 * Buckets + 3;
   HashEntry *entry = Probe(key, 60);
   ASSERT_EQ(entry, Bucket(key));
   GameMoveCount = 37;
   const Move move = MoveWord(E7, F8, Pawn, Rook, Queen);
-  StoreHash(entry, move, 125, 2, -123, HashBoundLower | HashThreat);
-  EXPECT_EQ(HashDepth(entry), 125);
-  EXPECT_EQ(HashAge(entry), 37);
+  StoreHash(entry, move, 180, 2, -123, HashBoundLower | HashThreat);
+  EXPECT_TRUE(HashDepth(entry) == 180 && HashAge(entry) == 37 && HashMove(entry) == move);
   EXPECT_EQ(HashFlags(entry), HashBoundLower | HashThreat);
   EXPECT_EQ(HashScore(entry, 9), -123);
-  EXPECT_EQ(HashMove(entry), move);
-  EXPECT_EQ(Probe(key, 600), entry) << "a stored position is found whatever the depth";
-  const Move widest = MoveWord(63, 63, 7, 7, 7);
-  StoreHash(entry, widest, 5000, 119, -30000, 0xFF);
-  EXPECT_EQ(HashDepth(entry), 4095);
-  EXPECT_EQ(HashFlags(entry), 15);
-  // -30000 - 119 wraps in its unsigned 16-bit field: 65417, read as 35417.
-  EXPECT_EQ(HashStoredScore(entry), 35417);
-  EXPECT_EQ(HashMove(entry), widest);
-  StoreHash(entry, 1, 5000, 119, 30000, 0);
-  EXPECT_EQ(HashStoredScore(entry), 30119);
-  EXPECT_EQ(HashMove(entry), 1u);
-}
-
-TEST_F(HashTable, StoreKeepsDeeperResultsAndReplacesEqualDepth) {
-  const uint64_t key = 11;
-  HashEntry *entry = Probe(key, 0);
-  StoreHash(entry, MoveWord(E2, E4, Pawn), 180, 2, 40, HashBoundUpper);
+  EXPECT_EQ(Probe(key, 600), entry);
   const uint64_t deep = entry->data;
   StoreHash(entry, MoveWord(D2, D4, Pawn), 120, 2, 90, HashBoundExact);
   EXPECT_EQ(entry->data, deep);
   StoreHash(entry, MoveWord(D2, D4, Pawn), 180, 2, 90, HashBoundExact);
-  EXPECT_EQ(HashScore(entry, 2), 90);
-  EXPECT_EQ(HashFlags(entry), HashBoundExact);
+  EXPECT_TRUE(HashScore(entry, 2) == 90 && HashFlags(entry) == HashBoundExact);
+  const Move widest = MoveWord(63, 63, 7, 7, 7);
+  StoreHash(entry, widest, 5000, 119, -30000, 0xFF);
+  EXPECT_TRUE(HashDepth(entry) == 4095 && HashFlags(entry) == 15 && HashMove(entry) == widest);
   StoreHash(nullptr, 0, 60, 2, 0, HashBoundExact);  // no slot: nothing happens
+  EXPECT_NE(Probe(key, 0, Black), entry);
+  EXPECT_EQ(HashDepth(Probe(key, 0, Black)), 0);
 }
 
 TEST_F(HashTable, MateScoresAreStoredRelativeToTheNode) {
   HashEntry *entry = Probe(5, 0);
   StoreHash(entry, 0, 60, 5, 9 - 30000, HashBoundExact);  // mated at ply 9, stored at ply 5
-  EXPECT_EQ(HashStoredScore(entry), -29996);
   EXPECT_EQ(HashScore(entry, 7), 11 - 30000);
   StoreHash(entry, 0, 60, 5, 30000 - 9, HashBoundExact);  // mating at ply 9
-  EXPECT_EQ(HashStoredScore(entry), 29996);
   EXPECT_EQ(HashScore(entry, 3), 30000 - 7);
   // Only scores beyond 29000 are mate scores.
   StoreHash(entry, 0, 60, 5, 29000, HashBoundExact);
@@ -114,14 +100,6 @@ TEST_F(HashTable, MateScoresAreStoredRelativeToTheNode) {
   EXPECT_EQ(HashScore(entry, 8), -29000);
   StoreHash(entry, 0, 60, 5, -29001, HashBoundExact);
   EXPECT_EQ(HashStoredScore(entry), -29006);
-}
-
-TEST_F(HashTable, SidesToMoveNeverShareAnEntry) {
-  HashEntry *white = Probe(99, 0, White);
-  HashEntry *black = Probe(99, 0, Black);
-  EXPECT_NE(white, black);
-  StoreHash(white, 0, 60, 2, 1, HashBoundExact);
-  EXPECT_EQ(HashDepth(Probe(99, 0, Black)), 0);
 }
 
 TEST_F(HashTable, ReplacementTakesLowestPriorityEarliestFirst) {

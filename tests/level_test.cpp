@@ -1,5 +1,5 @@
 // Levels: the move choice by its properties, and whole searches through the
-// library at every level.
+// library: seeds, deeper passes, the top level.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -13,16 +13,6 @@
 #include "support/live_session.h"
 
 namespace {
-
-// The marks and a level between every two of them.
-std::vector<int> SomeLevels() {
-  std::vector<int> levels;
-  for (const int mark : LevelMarks()) {
-    if (!levels.empty()) levels.push_back((levels.back() + mark) / 2);
-    if (mark < LevelEloMax) levels.push_back(mark);
-  }
-  return levels;
-}
 
 TEST(LevelStyles, WeakerLevelsErrMoreAndNoneDeeperThanTheMarkBelow) {
   std::vector<int32_t> losses;
@@ -78,7 +68,7 @@ TEST(LevelChoice, DrawsFollowTheChancesAndMatesAreAlwaysPlayed) {
   EXPECT_LT(ScoreLoss(ScoreInfinite - 2, ScoreInfinite - 4), ScoreLoss(ScoreInfinite - 2, 1400));
   // Even a mate so long that a big win scores near it is always played.
   const std::vector<ScoredMove> mating = {{"x", 1450, ""}, {"mate", MateThreshold + 30, ""}, {"y", 1449, ""}};
-  for (const int elo : SomeLevels()) EXPECT_EQ(Draws(mating, LevelStyleFor(elo), 200)["mate"], 200) << elo;
+  for (const int elo : LevelMarks()) EXPECT_EQ(Draws(mating, LevelStyleFor(elo), 200)["mate"], 200) << elo;
 }
 
 // A position as a level sees it: one capture that wins a piece, twenty
@@ -94,38 +84,15 @@ TEST(LevelChoice, WeakLevelsMissCapturesAndHangPiecesStrongOnesRarely) {
   SetOption(SeedOption, "9");
   ReseedLevel();
   const int draws = 10000;
-  double missedBefore = 1, hungBefore = 1;
-  for (const int elo : {800, 1200, 1600, 1800}) {
+  for (const int elo : {LevelEloMin, 1800}) {
     std::vector<ScoredMove> moves = KnightToTake();
-    std::map<std::string, int> counts = Draws(moves, LevelStyleFor(elo), draws);
-    const double missed = 1 - double(counts["take"]) / draws;
+    const double missed = 1 - double(Draws(moves, LevelStyleFor(elo), draws)["take"]) / draws;
     // The same position after the capture was taken back: all that can go
     // wrong is a piece left en prise.
     moves.erase(moves.begin());
     const double hung = double(Draws(moves, LevelStyleFor(elo), draws)["hang"]) / draws;
-    if (elo <= 800) {
-      EXPECT_GT(missed, 0.2) << elo;
-      EXPECT_GT(hung, 0.015) << elo;
-    }
-    if (elo >= 1800) {
-      EXPECT_LT(missed, 0.01) << elo;
-      EXPECT_LT(hung, 0.001) << elo;
-    }
-    EXPECT_TRUE(missed < missedBefore || missed == 0) << elo;
-    EXPECT_LE(hung, hungBefore) << elo;
-    missedBefore = missed;
-    hungBefore = hung;
-  }
-  // A queen for nothing is taken from 1000 up, and sometimes missed below.
-  std::vector<ScoredMove> queen = KnightToTake();
-  queen[0].score = 900;
-  for (const int elo : SomeLevels()) {
-    const int taken = Draws(queen, LevelStyleFor(elo), 400)["take"];
-    if (elo >= 1000) {
-      EXPECT_EQ(taken, 400) << elo;
-    } else if (elo == LevelEloMin) {
-      EXPECT_LT(taken, 400) << elo;
-    }
+    EXPECT_TRUE(elo != LevelEloMin || (missed > 0.2 && hung > 0.015)) << missed << " and " << hung;
+    EXPECT_TRUE(elo != 1800 || (missed < 0.01 && hung < 0.001)) << missed << " and " << hung;
   }
 }
 
@@ -142,25 +109,6 @@ class LevelGames : public testing::Test {
   static void SetUpTestSuite() { StartRealSession(); }
   static void TearDownTestSuite() { EndSession(); }
 };
-
-TEST_F(LevelGames, FromThousandUpEveryLevelTakesAFreeQueenAndMatesInOne) {
-  const struct {
-    const char *fen, *move;
-  } cases[] = {
-      {"rnb1kbnr/pppp1ppp/8/8/3qP3/2N2N2/PPPP1PPP/R1BQKB1R w KQkq - 0 4", "f3d4"},
-      {"r1bqkb1r/pppp1ppp/2n2n2/3QP3/8/8/PPPP1PPP/RNB1KBNR b KQkq - 0 4", "f6d5"},
-      {"6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - 0 1", "d1d8"},
-      {"3r2k1/5ppp/8/8/8/8/5PPP/6K1 b - - 0 1", "d8d1"},
-  };
-  for (const int elo : SomeLevels()) {
-    if (elo < 1000) continue;
-    UseLevel(elo, 1);
-    for (const auto &c : cases) {
-      Position(std::string("fen ") + c.fen);
-      EXPECT_EQ(BestMove(GoAndWait("depth 5")), c.move) << elo << ": " << c.fen;
-    }
-  }
-}
 
 // Some plies at one level from the start position, whose moves must all be legal.
 std::vector<std::string> LevelGame(int plies) {
@@ -197,21 +145,8 @@ TEST_F(LevelGames, ASeedReplaysEveryGameAndWithoutOneGamesDiffer) {
   EXPECT_NE(LevelGame(12), unseeded);
 }
 
-// The number after word in the last info line with a depth ("depth", "nodes").
-int64_t FinalInfo(const std::vector<std::string> &lines, const std::string &word) {
-  int64_t value = -1;
-  for (const std::string &line : lines) {
-    const std::vector<std::string> words = SplitWords(line);
-    if (words.size() < 2 || words[0] != "info" || words[1] != "depth") continue;
-    const auto at = std::find(words.begin(), words.end(), word);
-    if (at != words.end() && at + 1 != words.end()) value = std::stoll(*(at + 1));
-  }
-  return value;
-}
-
 TEST_F(LevelGames, DeeperPassesOnlyWhenTimeAllowsAndNeverPartOfOne) {
-  // The shallowest mark whose level searches deeper than one pass, and the
-  // level just below it.
+  // The shallowest mark whose level searches deeper than one pass.
   int deep = LevelEloMin;
   for (const int mark : LevelMarks())
     if (LevelStyleFor(mark).childPlies > MinimumReportedDepth && deep == LevelEloMin) deep = mark;
@@ -222,15 +157,11 @@ TEST_F(LevelGames, DeeperPassesOnlyWhenTimeAllowsAndNeverPartOfOne) {
   UseLevel(deep, 3);
   Position(fen);
   GoAndWait("wtime 600000 btime 600000", &info);
-  EXPECT_EQ(FinalInfo(info, "depth"), plies + 1) << "a level with time to spare";
-  UseLevel(deep - 1, 3);
-  Position(fen);
-  GoAndWait("wtime 600000 btime 600000", &info);
-  EXPECT_EQ(FinalInfo(info, "depth"), LevelStyleFor(deep - 1).childPlies + 1) << "the level below the mark";
+  EXPECT_EQ(NumberAfter(LastLine(info), "depth"), plies + 1) << "a level with time to spare";
   UseLevel(deep, 3);
   Position(fen);
   GoAndWait("wtime 3000 btime 3000", &info);
-  EXPECT_LE(FinalInfo(info, "depth"), MinimumReportedDepth + 1) << "a level short of time";
+  EXPECT_LE(NumberAfter(LastLine(info), "depth"), MinimumReportedDepth + 1) << "a level short of time";
   // A deeper pass cut short by the node limit after its first move lacks the
   // capture: the complete pass before it chooses.
   const std::vector<std::string> legal = RulesLegalMoves(GameFen());
@@ -238,28 +169,11 @@ TEST_F(LevelGames, DeeperPassesOnlyWhenTimeAllowsAndNeverPartOfOne) {
   UseLevel(LevelEloMin + 1, 3);
   NewGame();
   GoAndWait("wtime 600000 btime 600000", &info);
-  const int64_t onePass = FinalInfo(info, "nodes");
+  const int64_t onePass = NumberAfter(LastLine(info), "nodes");
   UseLevel(deep, 3);
   Position(fen);
   EXPECT_EQ(BestMove(GoAndWait("nodes " + std::to_string(onePass + 1), &info)), "f3d4");
-  EXPECT_EQ(FinalInfo(info, "depth"), MinimumReportedDepth + 1);
-}
-
-TEST_F(LevelGames, AStopBeforeTheMovesAreScoredPlaysAShortSearchsMove) {
-  for (const bool level : {true, false}) {
-    if (level) UseLevel(LevelEloMin, 4);
-    if (!level) SetOption(LimitStrengthOption, "false");
-    NewGame();
-    Position("fen 6k1/5ppp/8/8/8/8/5PPP/R5K1 w - - 0 1");
-    TakeOutput();
-    Go(ParseGo(SplitWords("movetime 2000"), 0), false);
-    Stop();
-    JoinSearch(false);
-    std::string best;
-    for (const std::string &line : TakeOutput())
-      if (line.rfind("bestmove ", 0) == 0) best = BestMove(line);
-    EXPECT_EQ(best, "a1a8") << (level ? "at a level" : "at full strength");
-  }
+  EXPECT_EQ(NumberAfter(LastLine(info), "depth"), MinimumReportedDepth + 1);
 }
 
 TEST_F(LevelGames, FullStrengthIsTheOrdinarySearch) {
@@ -273,20 +187,19 @@ TEST_F(LevelGames, FullStrengthIsTheOrdinarySearch) {
   NewGame();
   std::vector<std::string> top;
   EXPECT_EQ(GoAndWait("depth 7", &top), best);
-  // The same reports, line for line, but for the times and speeds in them and
-  // the root-move reports, which a search sends only after its first second
-  // (and whose count the last line carries when one came after the last line).
-  for (std::vector<std::string> *lines : {&plain, &top})
+  // The same reports, line for line, but for times and speeds, and for the
+  // root-move reports a search sends after its first second (whose count the
+  // last info line carries when one came after the last line).
+  for (std::vector<std::string> *lines : {&plain, &top}) {
     std::erase_if(*lines, [](const std::string &line) { return line.find(" currmove ") != std::string::npos; });
-  ASSERT_EQ(top.size(), plain.size());
-  for (size_t i = 0; i < top.size(); ++i) {
-    const std::vector<std::string> a = SplitWords(top[i]), b = SplitWords(plain[i]);
-    ASSERT_EQ(a.size(), b.size());
-    for (size_t w = 0; w < a.size(); ++w)
-      if (w == 0 || (a[w - 1] != "time" && a[w - 1] != "nps" && (a[w - 1] != "nodes" || top[i + 1].rfind("bestmove", 0) != 0))) {
-        EXPECT_EQ(a[w], b[w]) << top[i];
-      }
+    for (size_t i = 0; i < lines->size(); ++i) {
+      std::vector<std::string> words = SplitWords((*lines)[i]);
+      for (size_t w = 1; w < words.size(); ++w)
+        if (words[w - 1] == "time" || words[w - 1] == "nps" || (words[w - 1] == "nodes" && i + 2 == lines->size())) words[w] = "";
+      (*lines)[i] = JoinWords(words);
+    }
   }
+  EXPECT_EQ(top, plain);
 }
 
 }  // namespace

@@ -131,10 +131,10 @@ Reported Search(const std::string &go) {
   return reported;
 }
 
-// Words after a key word in an info line.
-std::string After(const std::vector<std::string> &words, const std::string &key, size_t skip = 1) {
+// The word after a key word in an info line.
+std::string After(const std::vector<std::string> &words, const std::string &key) {
   const auto at = std::find(words.begin(), words.end(), key);
-  return at + long(skip) < words.end() ? *(at + long(skip)) : "";
+  return at + 1 < words.end() ? *(at + 1) : "";
 }
 
 class LinesOfTheLibrary : public testing::Test {
@@ -144,7 +144,7 @@ class LinesOfTheLibrary : public testing::Test {
   void TearDown() override { SetOption(MultiPVOption, "1"); }
 };
 
-TEST_F(LinesOfTheLibrary, EachDepthReportsDistinctLinesBestFirstAndLineOneIsPlayed) {
+TEST_F(LinesOfTheLibrary, EachDepthReportsDistinctLinesBestFirstLineOnePlayedAndOneLineAMoveNamed) {
   ASSERT_EQ(SetOption(MultiPVOption, "3"), "");
   Position("fen r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - 2 3");
   const Reported reported = Search("depth 8");
@@ -163,16 +163,7 @@ TEST_F(LinesOfTheLibrary, EachDepthReportsDistinctLinesBestFirstAndLineOneIsPlay
     EXPECT_EQ(first.size(), 3u) << depth;
   }
   EXPECT_EQ(reported.best, After(reported.byDepth.at(8)[0], "pv"));
-  // A mate in one is line one, with its own score, and the other lines keep theirs.
-  Position("fen 6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - 0 1");
-  const Reported mate = Search("depth 7");
-  EXPECT_EQ(mate.best, "d1d8");
-  EXPECT_EQ(After(mate.byDepth.at(7)[0], "score", 2), "1");
-  EXPECT_EQ(After(mate.byDepth.at(7)[1], "score"), "cp");
-}
-
-TEST_F(LinesOfTheLibrary, MoreLinesThanMovesNamedGiveOneLineEach) {
-  Position("fen r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - 2 3");
+  // More lines than moves named: one line for each move.
   ASSERT_EQ(SetOption(MultiPVOption, "5"), "");
   const Reported two = Search("depth 6 searchmoves h2h3 a2a3");
   ASSERT_EQ(two.byDepth.at(6).size(), 4u);

@@ -49,7 +49,7 @@ class Clock : public ::testing::Test {
 struct TimeRule {
   const char *what;
   int mode, first, second;  // VarnSetTime(moves, s), VarnSetBlitz(s, inc), VarnSetDepth(plies)
-  int blitzSpeed, rootIndex, changeDepth, scoreDropped, pondering;
+  int blitzSpeed, rootIndex, changeDepth, pondering;
   int depth, ply;
   int64_t firstStop;
 };
@@ -67,7 +67,7 @@ TEST_P(TimeRules, FirstStop) {
     default: VarnSetInfinite();
   }
   BlitzPlayingSpeed = rule.blitzSpeed;
-  Root = {rule.rootIndex, rule.changeDepth, rule.scoreDropped};
+  Root = {rule.rootIndex, rule.changeDepth, 0};
   Pondering = rule.pondering;
   EXPECT_EQ(FirstStop(rule.depth, rule.ply), rule.firstStop);
 }
@@ -77,34 +77,24 @@ constexpr int MIT = TimeModeMovesInTime, Blitz = TimeModeBlitz, Depth = TimeMode
 INSTANTIATE_TEST_SUITE_P(
     Table, TimeRules,
     testing::Values(
-        // what, mode, limits, speed, root index, change depth, dropped, pondering, depth, ply -> first stop
-        TimeRule{"new iteration after 70%", MIT, 1, 10, 26, 1, 300, 0, 0, 300, 1, 7001},
-        TimeRule{"stable three plies: 50%", MIT, 1, 10, 26, 1, 120, 0, 0, 300, 1, 5001},
-        TimeRule{"stable two plies: 70%", MIT, 1, 10, 26, 1, 121, 0, 0, 300, 1, 7001},
-        TimeRule{"root move 2 always starts", MIT, 1, 10, 26, 2, 300, 0, 0, 300, 1, -1},
-        TimeRule{"root move 5 always starts", MIT, 1, 10, 26, 5, 300, 0, 0, 300, 1, -1},
-        TimeRule{"root move 6 after the budget", MIT, 1, 10, 26, 6, 300, 0, 0, 300, 1, 10001},
-        TimeRule{"dropped score finishes", MIT, 1, 10, 26, 6, 300, 1, 0, 300, 1, -1},
-        TimeRule{"tree: one second must remain", MIT, 1, 10, 26, 1, 300, 0, 0, 600, 2, 9000},
-        TimeRule{"tree, deeper ply", MIT, 1, 10, 26, 1, 300, 0, 0, 600, 7, 9000},
-        TimeRule{"40 moves: root", MIT, 40, 200, 26, 1, 300, 0, 0, 300, 1, 3501},
-        TimeRule{"40 moves: root move 6", MIT, 40, 200, 26, 6, 300, 0, 0, 300, 1, 5001},
-        TimeRule{"40 moves: four budgets in the tree", MIT, 40, 200, 26, 1, 300, 0, 0, 300, 2, 20000},
-        TimeRule{"2 moves: half a budget per other move", MIT, 2, 20, 26, 1, 300, 0, 0, 300, 2, 14000},
-        TimeRule{"pondering never stops", MIT, 1, 10, 26, 6, 300, 0, 1, 300, 2, -1},
-        TimeRule{"blitz: root", Blitz, 300, 5, 26, 1, 300, 0, 0, 300, 1, 11577},
-        TimeRule{"blitz: stable", Blitz, 300, 5, 26, 1, 0, 0, 0, 300, 1, 8270},
-        TimeRule{"blitz: root move 6", Blitz, 300, 5, 26, 6, 300, 0, 0, 300, 1, 16539},
-        TimeRule{"blitz: tree", Blitz, 300, 5, 26, 1, 300, 0, 0, 300, 2, 69228},
-        TimeRule{"blitz: tree ignores the increment", Blitz, 300, 0, 26, 1, 300, 0, 0, 300, 2, 69228},
-        TimeRule{"blitz: playing speed", Blitz, 300, 0, 35, 1, 300, 0, 0, 300, 2, 6 * (300000 / 35)},
-        TimeRule{"blitz: clock run out", Blitz, 1, 100, 26, 3, 300, 0, 0, 300, 1, 1001},
-        TimeRule{"depth: below the limit", Depth, 3, 0, 26, 1, 300, 0, 0, 239, 1, -1},
-        TimeRule{"depth: at the limit", Depth, 3, 0, 26, 1, 300, 0, 0, 240, 1, 0},
-        TimeRule{"depth: never in the tree", Depth, 3, 0, 26, 1, 300, 0, 0, 6000, 2, -1},
-        TimeRule{"depth: pondering", Depth, 1, 0, 26, 1, 300, 0, 1, 6000, 1, -1},
-        TimeRule{"infinite: root", Inf, 0, 0, 26, 1, 300, 0, 0, 6000, 1, -1},
-        TimeRule{"infinite: tree", Inf, 0, 0, 26, 1, 300, 0, 0, 6000, 2, -1}));
+        // what, mode, limits, speed, root index, change depth, pondering, depth, ply -> first stop
+        TimeRule{"new iteration after 70%", MIT, 1, 10, 26, 1, 300, 0, 300, 1, 7001},
+        TimeRule{"stable three plies: 50%", MIT, 1, 10, 26, 1, 120, 0, 300, 1, 5001},
+        TimeRule{"root move 5 always starts", MIT, 1, 10, 26, 5, 300, 0, 300, 1, -1},
+        TimeRule{"root move 6 after the budget", MIT, 1, 10, 26, 6, 300, 0, 300, 1, 10001},
+        TimeRule{"tree: one second must remain", MIT, 1, 10, 26, 1, 300, 0, 600, 2, 9000},
+        TimeRule{"40 moves: root", MIT, 40, 200, 26, 1, 300, 0, 300, 1, 3501},
+        TimeRule{"40 moves: four budgets in the tree", MIT, 40, 200, 26, 1, 300, 0, 300, 2, 20000},
+        TimeRule{"2 moves: half a budget per other move", MIT, 2, 20, 26, 1, 300, 0, 300, 2, 14000},
+        TimeRule{"pondering never stops", MIT, 1, 10, 26, 6, 300, 1, 300, 2, -1},
+        TimeRule{"blitz: root", Blitz, 300, 5, 26, 1, 300, 0, 300, 1, 11577},
+        TimeRule{"blitz: tree", Blitz, 300, 5, 26, 1, 300, 0, 300, 2, 69228},
+        TimeRule{"blitz: playing speed", Blitz, 300, 0, 35, 1, 300, 0, 300, 2, 6 * (300000 / 35)},
+        TimeRule{"blitz: clock run out", Blitz, 1, 100, 26, 3, 300, 0, 300, 1, 1001},
+        TimeRule{"depth: below the limit", Depth, 3, 0, 26, 1, 300, 0, 239, 1, -1},
+        TimeRule{"depth: at the limit", Depth, 3, 0, 26, 1, 300, 0, 240, 1, 0},
+        TimeRule{"depth: never in the tree", Depth, 3, 0, 26, 1, 300, 0, 6000, 2, -1},
+        TimeRule{"infinite", Inf, 0, 0, 26, 1, 300, 0, 6000, 2, -1}));
 
 // The ponder hit restarts the clock and hands the pondered time to the rules.
 TEST_F(Clock, PonderHitCountsThePonderedTime) {

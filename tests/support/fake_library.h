@@ -23,8 +23,6 @@ struct FakeStep {
 };
 
 inline std::vector<FakeStep> FakeScript;     // what the next VarnAnalyse sends
-inline int32_t FakeResult = 0;               // what it returns
-inline std::atomic<int> FakeStops{0};        // VarnStopAnalyse calls so far
 inline std::atomic<int> FakePonderOffs{0};   // VarnPonderingOff calls so far
 inline std::atomic<int> FakeSearches{0};     // VarnAnalyse calls so far
 inline std::atomic<int> FakeClears{0};       // VarnClearHashtable calls so far
@@ -47,7 +45,7 @@ inline int32_t Analyse(int32_t) {
   for (const FakeStep &step : FakeScript) {
     // As the library does, a stopped search reports nothing more, unless
     // its own start of search clears the stop first.
-    if (Stopped && step.kind != FakeStep::StartSearch) return FakeResult;
+    if (Stopped && step.kind != FakeStep::StartSearch) return 0;
     switch (step.kind) {
       case FakeStep::Nodes: FakeCallbacks.ReportNodes(step.number, 0, 0); break;
       case FakeStep::Depth: FakeCallbacks.ReportDepth(int32_t(step.number), 0); break;
@@ -59,19 +57,16 @@ inline int32_t Analyse(int32_t) {
         while (!Stopped && std::chrono::steady_clock::now() < giveUp)
           std::this_thread::sleep_for(std::chrono::milliseconds(1));
         if (!Stopped) FakeTimedOut = true;
-        return FakeResult;
+        return 0;
       }
       case FakeStep::Pause: std::this_thread::sleep_for(std::chrono::milliseconds(step.number)); break;
       // The library's start of search clears a stop that came before it.
       case FakeStep::StartSearch: Stopped = false; break;
     }
   }
-  return FakeResult;
+  return 0;
 }
-inline void Stop() {
-  ++FakeStops;
-  Stopped = true;
-}
+inline void Stop() { Stopped = true; }
 inline void PonderingOff() { ++FakePonderOffs; }
 }  // namespace fake
 

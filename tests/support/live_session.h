@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -61,4 +62,19 @@ inline std::string GoAndWait(const std::string &words, std::vector<std::string> 
 inline std::string BestMove(const std::string &line) {
   const std::vector<std::string> words = SplitWords(line);
   return words.size() > 1 ? words[1] : "";
+}
+
+// The last line that holds text ("" when none): by default the last info line
+// with a depth, the one before bestmove.
+inline std::string LastLine(const std::vector<std::string> &lines, const std::string &text = "info depth") {
+  const auto at = std::find_if(lines.rbegin(), lines.rend(), [&](const std::string &l) { return l.find(text) != l.npos; });
+  return at == lines.rend() ? "" : *at;
+}
+
+// The number after word in a line, -1 when it is missing.
+inline int64_t NumberAfter(const std::string &line, const std::string &word) {
+  const std::vector<std::string> words = SplitWords(line);
+  for (size_t i = 0; i + 1 < words.size(); ++i)
+    if (words[i] == word) return std::stoll(words[i + 1]);
+  return -1;
 }

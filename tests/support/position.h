@@ -2,10 +2,12 @@
 // colour-mirrored twin of a FEN, and a copy of the board's whole state.
 #pragma once
 
+#include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "board.h"
 #include "init.h"
@@ -26,6 +28,12 @@ inline void EnsureEngineTables() {
 inline void SetFen(const char *fen) {
   EnsureEngineTables();
   SetUpPositionText(fen);
+}
+
+// A move list in a fixed order, to compare lists whatever their order.
+inline std::vector<Move> Sorted(std::vector<Move> moves) {
+  std::sort(moves.begin(), moves.end());
+  return moves;
 }
 
 // Swaps upper and lower case: White's pieces and rights become Black's.

@@ -112,6 +112,11 @@ std::string InfoHead(int32_t depth, const std::string &score, size_t line = 0) {
          std::to_string(Report.nodes) + " time " + std::to_string(ms) + " nps " + std::to_string(nps) + score;
 }
 
+// The report of a root move about to be searched at depth.
+void SayCurrentMove(int32_t depth, const std::string &move, size_t index) {
+  Say("info depth " + std::to_string(depth) + " currmove " + move + " currmovenumber " + std::to_string(index));
+}
+
 // Tells the watchdog when a report reached the plan's node limit.
 void NoteNodes() {
   std::lock_guard<std::mutex> guard(StateLock);
@@ -156,8 +161,7 @@ void OnCurrentMove(const char *move, int32_t index, int32_t) {
   }
   NoteNodes();
   if (Report.quiet) return;
-  Say("info depth " + std::to_string(Report.depth) + " currmove " + LowerCase(move) + " currmovenumber " +
-      std::to_string(index));
+  SayCurrentMove(Report.depth, LowerCase(move), size_t(index));
 }
 
 // A new best line ("m1 m2 ... "), or a window failure ("m1!" or "m1?").
@@ -393,8 +397,7 @@ void RunLines(const SearchOrder &order) {
     return !StopDue(now) && LinesMayDeepen(State.plan, clockRuns, elapsed);
   };
   request.searching = [](int depth, size_t index, const std::string &move) {
-    if (ElapsedSinceGo() > 1000)
-      Say("info depth " + std::to_string(depth) + " currmove " + move + " currmovenumber " + std::to_string(index));
+    if (ElapsedSinceGo() > 1000) SayCurrentMove(depth, move, index);
   };
   request.completed = [](int depth, const std::vector<ScoredMove> &lines) {
     for (size_t i = 0; i < lines.size(); ++i) Say(LineInfo(depth, i + 1, lines[i]));

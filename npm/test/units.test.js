@@ -2,7 +2,7 @@
 // review's verdicts, words and accuracy (the rule the page shares), openings.
 import { describe, test } from 'node:test';
 import assert from 'node:assert/strict';
-import { goCommand, parseInfo, parseOption, positionCommand, whiteToMove } from '../src/uci.js';
+import { goCommand, parseInfo, whiteToMove } from '../src/uci.js';
 import { evalText, scoreText, whiteScore } from '../src/score.js';
 import { judgeGame, judgeMoves, moveAccuracy, reviewGame, reviewNotes, verdictFor, Verdicts, DecidedCp, winPercent } from '../src/review.js';
 import { openingOf, readOpenings } from '../src/openings.js';
@@ -16,18 +16,10 @@ describe('UCI words', () => {
     assert.equal(parseInfo('info string UCI_Elo 1200 is out of range: set to 1350').string, 'UCI_Elo 1200 is out of range: set to 1350');
   });
 
-  test('option lines', () => {
-    assert.deepEqual(parseOption('option name UCI_Elo type spin default 2000 min 1350 max 2000'), { name: 'UCI_Elo', type: 'spin', default: 2000, min: 1350, max: 2000 });
-    assert.deepEqual(parseOption('option name Clear Hash type button'), { name: 'Clear Hash', type: 'button' });
-    assert.equal(parseOption('option name Ponder type check default false').default, false);
-  });
-
-  test('commands and the side to move', () => {
-    assert.equal(positionCommand('startpos', ['e2e4']), 'position startpos moves e2e4');
-    assert.equal(positionCommand('8/8/8/8/8/8/8/K1k5 b - - 0 1'), 'position fen 8/8/8/8/8/8/8/K1k5 b - - 0 1');
+  // Option lines and position commands are read by every engine test.
+  test('go commands in whole milliseconds, endless when nothing limits them; the side to move after moves', () => {
     assert.equal(goCommand({}), 'go infinite');
     assert.equal(goCommand({ wtime: 60000, btime: 59000.4, winc: 1000, binc: 1000 }), 'go wtime 60000 btime 59000 winc 1000 binc 1000');
-    assert.equal(goCommand({ depth: 8 }), 'go depth 8');
     assert.deepEqual([whiteToMove('startpos'), whiteToMove('startpos', ['e2e4']), whiteToMove('4k3/8/8/8/8/8/8/4K3 b - - 0 1', ['e8d8'])], [true, false, true]);
   });
 });

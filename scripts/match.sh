@@ -21,7 +21,8 @@
 # fastchess comes from the PATH or from $FASTCHESS. It is MIT-licensed; build
 # it from its source (https://github.com/Disservin/fastchess, `make -j`).
 # Environment: MATCH_OPENINGS (the opening set: an .epd or .pgn file, default
-# scripts/openings.epd), MATCH_DIR (output folder, default build/match),
+# scripts/openings.epd), MATCH_OPENINGS_START (its first opening to play,
+# counting from 1, default 1: a long measurement played in parts), MATCH_DIR (output folder, default build/match),
 # MATCH_CONCURRENCY (games at once, default: the number of cores),
 # MATCH_TIMEMARGIN (ms an engine may overstep its clock before it forfeits,
 # default 0; for a machine whose other work delays the engines), VARN (the
@@ -105,7 +106,7 @@ esac
 
 echo "varn against $name: $games games at $tc, $concurrency at once, openings $openings; games in $pgn"
 (cd "$out" && "$fastchess" "${args[@]}" -each proto=uci "tc=$tc" "timemargin=${MATCH_TIMEMARGIN:-0}" \
-  -openings file="$openings" format="$format" order=sequential \
+  -openings file="$openings" format="$format" order=sequential start="${MATCH_OPENINGS_START:-1}" \
   -rounds "$rounds" -repeat -concurrency "$concurrency" -ratinginterval 0 \
   -pgnout file="$pgn" notation=uci -log file="$out/fastchess.log" level=warn) | tee "$out/report.txt" |
   grep -E '^(Results of|Elo:|LLR:|Games:|Points:|Ptnml|SPRT)' || true

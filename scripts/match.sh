@@ -22,7 +22,8 @@
 # it from its source (https://github.com/Disservin/fastchess, `make -j`).
 # Environment: MATCH_OPENINGS (the opening set: an .epd or .pgn file, default
 # scripts/openings.epd), MATCH_OPENINGS_START (its first opening to play,
-# counting from 1, default 1: a long measurement played in parts), MATCH_DIR (output folder, default build/match),
+# counting from 1, default 1: a long measurement played in parts), MATCH_DIR
+# (output folder, default build/match),
 # MATCH_CONCURRENCY (games at once, default: the number of cores),
 # MATCH_TIMEMARGIN (ms an engine may overstep its clock before it forfeits,
 # default 0; for a machine whose other work delays the engines), VARN (the

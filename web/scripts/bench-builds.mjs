@@ -7,7 +7,7 @@
 // Usage: node web/scripts/bench-builds.mjs [rounds] [stops] [depth]
 import { fileURLToPath } from 'node:url';
 import { chromium } from 'playwright-core';
-import { chromiumArgs, serve } from '../tests/browser-kit.js';
+import { chromiumArgs, isolationHeaders, serve } from '../tests/browser-kit.js';
 
 const [rounds = 7, stops = 40, depth = 7] = process.argv.slice(2).map(Number);
 const npm = fileURLToPath(new URL('../../npm/', import.meta.url));
@@ -72,7 +72,7 @@ try {
   // the README's page does; cross-origin isolated, so that both builds run.
   await page.route('**/bench.html', (request) => request.fulfill({
     contentType: 'text/html',
-    headers: { 'Cross-Origin-Opener-Policy': 'same-origin', 'Cross-Origin-Embedder-Policy': 'require-corp' },
+    headers: isolationHeaders,
     body: '<script type="importmap">{ "imports": { "chess.js": "/node_modules/chess.js/dist/esm/chess.js" } }</script>',
   }));
   await page.goto(`${server.url}bench.html`);

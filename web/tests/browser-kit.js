@@ -12,14 +12,16 @@ const types = {
 export const chromiumArgs = ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run',
   '--disable-background-networking', '--disable-component-update', '--disable-sync'];
 
-// Serves root's files as they are, with or without the two headers that make
-// a page cross-origin isolated. Resolves with { url, close }.
+// The two headers that make a page cross-origin isolated (threads need them).
+export const isolationHeaders = { 'Cross-Origin-Opener-Policy': 'same-origin', 'Cross-Origin-Embedder-Policy': 'require-corp' };
+
+// Serves root's files as they are, with or without those headers. Resolves with { url, close }.
 export function serve(root, { isolated = false } = {}) {
   const server = createServer(async (request, response) => {
     const path = normalize(decodeURIComponent(new URL(request.url, 'http://host').pathname));
     const file = join(root, path.endsWith('/') ? `${path}index.html` : path);
     const headers = { 'Content-Type': types[extname(file)] || 'application/octet-stream' };
-    if (isolated) Object.assign(headers, { 'Cross-Origin-Opener-Policy': 'same-origin', 'Cross-Origin-Embedder-Policy': 'require-corp' });
+    if (isolated) Object.assign(headers, isolationHeaders);
     try {
       const body = await readFile(file);
       response.writeHead(200, headers).end(body);

@@ -19,8 +19,8 @@ struct StyleMark {
   LevelStyle style;
 };
 constexpr StyleMark StyleMarks[] = {
-    {LevelEloMin, {5, 48, 1000, 85}},
-    {1000, {5, 45, 750, 60}},
+    {LevelEloMin, {5, 46, 800, 64}},
+    {1000, {5, 44, 655, 53}},
     {1200, {5, 41, 510, 42}},
     {1400, {5, 35, 360, 27}},
     {1600, {5, 30, 260, 5}},
